@@ -1,0 +1,95 @@
+#pragma once
+
+#include "database_global.h"
+
+#include <QMetaType>
+#include <QString>
+#include <QVariant>
+
+class QDataStream;
+
+// A fixed-point number packed in 64 bits: a signed mantissa in the upper 59 bits and the
+// scale (digits after the point, 0..MaxScale) in the lower 5. Passed by value like an
+// integer. Numbers whose magnitude exceeds MaxAbsValue do not fit and are refused wherever
+// an ok flag exists.
+class DATABASE_EXPORT decimal
+{
+public:
+    static constexpr short MaxScale = 18;
+    static constexpr long long MaxMantissa = (1LL << 58) - 1;
+    static constexpr double MaxAbsValue = 9999999999999998.0;
+
+    static const decimal zero;
+    static const decimal minimum; // below every other value: "nothing found yet" for a maximum search
+    static const decimal maximum; // above every other value: "nothing found yet" for a minimum search
+
+    constexpr decimal() : m_raw(0) {}
+    decimal(long long value, short scale);
+    // Text with "." or "," as the separator; what is no number gives zero.
+    explicit decimal(const QString& text);
+
+    void set(long long value, short scale);
+    // Changes the scale, rounding half away from zero when digits are dropped.
+    void setScale(short scale);
+    short scale() const { return short(m_raw & ScaleMask); }
+    long long value() const { return m_raw >> ScaleBits; }
+    double toDouble() const;
+
+    int compare(const decimal& other) const;
+    bool negative() const { return m_raw < 0; }
+    bool isZero() const { return value() == 0; }
+
+    decimal operator-() const;
+    decimal operator+(const decimal& other) const;
+    decimal operator-(const decimal& other) const;
+    decimal& operator+=(const decimal& other);
+    decimal& operator-=(const decimal& other);
+    // Multiplication keeps the larger scale of the two, rounding half away from zero.
+    decimal operator*(const decimal& other) const;
+    decimal operator*(long long factor) const;
+
+    bool operator==(const decimal& o) const { return compare(o) == 0; }
+    bool operator!=(const decimal& o) const { return compare(o) != 0; }
+    bool operator<(const decimal& o) const { return compare(o) < 0; }
+    bool operator<=(const decimal& o) const { return compare(o) <= 0; }
+    bool operator>(const decimal& o) const { return compare(o) > 0; }
+    bool operator>=(const decimal& o) const { return compare(o) >= 0; }
+
+    // "-1234.50": all digits of the scale, "." as the separator.
+    QString toString() const;
+    // The same with the system locale's decimal point.
+    QString toSystemString() const;
+    // toSystemString() without trailing zeros of the fraction (and without a bare point).
+    QString toSystemStringShort() const;
+    QVariant toVariant() const;
+
+    // Rounds half away from zero to the scale; NaN gives zero, out of range saturates.
+    static decimal fromDouble(double value, short scale);
+    // Accepts "." or "," as the separator, a sign, spaces around; ok false for no number
+    // or one beyond MaxAbsValue (the result is then zero).
+    static decimal fromAnyString(const QString& text, bool* ok = nullptr);
+    // Whether a variant holds a decimal or a value that converts to one.
+    static bool canConvert(const QVariant& value);
+    // A decimal from a variant holding a decimal, a number or a text; zero and ok false otherwise.
+    static decimal fromVariant(const QVariant& value, bool* ok = nullptr);
+    static int metatypeId();
+
+    // The packed 64 bits, for raw storage in a row.
+    qint64 raw() const { return m_raw; }
+    static decimal fromRaw(qint64 raw)
+    {
+        decimal d;
+        d.m_raw = raw;
+        return d;
+    }
+
+private:
+    static constexpr int ScaleBits = 5;
+    static constexpr qint64 ScaleMask = (1 << ScaleBits) - 1;
+    qint64 m_raw;
+};
+
+Q_DECLARE_METATYPE(decimal)
+
+DATABASE_EXPORT QDataStream& operator<<(QDataStream& out, const decimal& value);
+DATABASE_EXPORT QDataStream& operator>>(QDataStream& in, decimal& value);
