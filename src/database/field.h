@@ -1,0 +1,90 @@
+#pragma once
+
+#include "database_global.h"
+#include "decimal.h"
+#include "datetime.h"
+#include "fieldtype.h"
+
+#include <QChar>
+#include <QDate>
+#include <QString>
+#include <QVariant>
+
+// A short-lived view of one cell. A nullable cell holds a value exactly when its bit in the
+// row's null bytes is set. Writing changes the row in place and tells nobody: the writer
+// then calls Table::updated or works inside a RecordUpdater.
+//
+// Copying a Field copies the view; assigning one Field to another writes the value.
+class DATABASE_EXPORT Field
+{
+public:
+    // A cell that does not exist: reads as null, zero or empty, writes nowhere.
+    Field() = default;
+    Field(unsigned char* data, unsigned char* nullByte, quint8 nullMask, FieldType::Type type,
+          int length, bool nullable)
+        : m_data(data), m_nullByte(nullByte), m_length(length), m_type(quint8(type)),
+          m_nullMask(nullMask), m_nullable(nullable)
+    {
+    }
+    Field(const Field&) = default;
+
+    bool isValid() const { return m_data != nullptr; }
+    bool isNull() const
+    {
+        return !m_data || (m_nullable && !(*m_nullByte & m_nullMask));
+    }
+    FieldType::Type type() const { return FieldType::Type(m_type); }
+    int length() const { return m_length; }
+    bool isNullable() const { return m_nullable; }
+
+    int toInteger() const;
+    qint64 toInteger64() const;
+    double toDouble() const;
+    decimal toDecimal() const;
+    datetime toDatetime() const;
+    QDate toQDate() const;
+    QChar toChar() const; // the first character of a text; QChar() if none
+    QString toString() const;
+    // A text cell's characters without a copy: valid only while the row lives unchanged.
+    QString asSharedString() const;
+    // The cell's own value: int, qlonglong, double, decimal, datetime or QString; invalid
+    // for null.
+    QVariant toVariant() const;
+
+    operator int() const { return toInteger(); }
+    operator long long() const { return toInteger64(); }
+    operator QString() const { return toString(); }
+    operator decimal() const { return toDecimal(); }
+
+    // Nulls first, then by value; numbers compare as numbers across types, texts by code unit.
+    int compare(const Field& other) const;
+    bool operator==(const Field& other) const { return compare(other) == 0; }
+    bool operator!=(const Field& other) const { return compare(other) != 0; }
+
+    Field& operator=(int value);
+    Field& operator=(long long value);
+    Field& operator=(double value);
+    Field& operator=(const QChar& value);
+    Field& operator=(const QString& value);
+    Field& operator=(const decimal& value);
+    Field& operator=(const datetime& value);
+    Field& operator=(const Field& other); // writes the other cell's value (or null)
+    // Writes a variant of any of the types above; an invalid variant writes null.
+    void setValue(const QVariant& value);
+    void setNull();
+
+protected:
+    void markSet() const
+    {
+        if (m_nullByte)
+            *m_nullByte |= m_nullMask;
+    }
+    int textLength() const;
+
+    unsigned char* m_data = nullptr;
+    unsigned char* m_nullByte = nullptr;
+    int m_length = 0;
+    quint8 m_type = FieldType::Invalid;
+    quint8 m_nullMask = 0;
+    bool m_nullable = false;
+};

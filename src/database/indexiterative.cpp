@@ -1,0 +1,3 @@
+#include "indexiterative.h"
+
+IndexIterative::~IndexIterative() = default;
