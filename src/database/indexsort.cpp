@@ -36,6 +36,8 @@ void IndexSort::add(const Record& record)
 
 void IndexSort::remove(const Record& record, int position)
 {
+    if (m_displaced.remove(record))
+        return;
     if (position >= 0 && position < m_records.count() && m_records.at(position) == record) {
         m_records.removeAt(position);
         return;
@@ -48,6 +50,8 @@ void IndexSort::remove(const Record& record, int position)
 
 bool IndexSort::contains(const Record& record) const
 {
+    if (m_displaced.contains(record))
+        return true;
     bool found = false;
     sortedPosition(record, &found);
     return found;
@@ -60,8 +64,40 @@ int IndexSort::indexOf(const Record& record) const
     return found ? pos : -1;
 }
 
+void IndexSort::process(const QList<Record>& removed, const QList<Record>& updated,
+                        int firstColumn, int lastColumn, const QList<Record>& inserted)
+{
+    if (updated.size() < 2 || !orderDependsOn(firstColumn, lastColumn)) {
+        IndexList::process(removed, updated, firstColumn, lastColumn, inserted);
+        return;
+    }
+    // Several records changed their keys: none of them stands in order any more, so they
+    // leave the list in one walk and come back one by one through update().
+    const QSet<Record> changed(updated.begin(), updated.end());
+    std::vector<Record> kept;
+    kept.reserve(size_t(m_records.count()));
+    for (const Record& r : m_records) {
+        if (changed.contains(r))
+            m_displaced.insert(r);
+        else
+            kept.push_back(r);
+    }
+    m_records.assign(std::move(kept));
+    IndexList::process(removed, updated, firstColumn, lastColumn, inserted);
+    for (const Record& r : qAsConst(m_displaced))
+        add(r);
+    m_displaced.clear();
+}
+
 void IndexSort::update(const Record& record, int firstColumn, int lastColumn, int position)
 {
+    if (m_displaced.remove(record)) {
+        if (filter(record))
+            add(record);
+        else
+            remove(record, -1);
+        return;
+    }
     const bool moved = orderDependsOn(firstColumn, lastColumn);
     int at = -1;
     if (position >= 0 && position < m_records.count() && m_records.at(position) == record) {

@@ -3,6 +3,7 @@
 #include "indexlist.h"
 #include "rangeset.h"
 
+#include <QSet>
 #include <QVector>
 
 // An IndexList kept sorted by compare(); records that compare equal stand in the order of
@@ -17,6 +18,8 @@ public:
     void remove(const Record& record, int position) override;
     bool contains(const Record& record) const override;
     int indexOf(const Record& record) const override;
+    void process(const QList<Record>& removed, const QList<Record>& updated, int firstColumn,
+                 int lastColumn, const QList<Record>& inserted) override;
     void update(const Record& record, int firstColumn, int lastColumn, int position) override;
     QString getClassName() const override;
 
@@ -59,4 +62,6 @@ protected:
 
 private:
     QVector<int> m_sortColumns;
+    // Records of a batch whose order may have changed, taken out while it is processed.
+    QSet<Record> m_displaced;
 };

@@ -1,0 +1,945 @@
+#include "testtable.h"
+
+#include "database/fieldvalue.h"
+#include "database/indexdepend.h"
+#include "database/indexsort.h"
+#include "database/tablelocker.h"
+
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTest>
+#include <QThread>
+
+#include <algorithm>
+#include <map>
+
+namespace {
+
+QString names(const QList<Record>& records)
+{
+    QStringList out;
+    for (const Record& r : records)
+        out << QString::number(r.data(TestTable::SecId).toInteger64());
+    return QLatin1Char('[') + out.join(QLatin1Char(',')) + QLatin1Char(']');
+}
+
+// Writes every notification it receives to a log.
+class RecordingIndex : public IndexList
+{
+public:
+    explicit RecordingIndex(Table* table) : IndexList(table) {}
+
+    void beginUpdate() override { log << QStringLiteral("begin"); }
+    void endUpdate() override { log << QStringLiteral("end"); }
+    void dependentBeginUpdate(Table*) override { log << QStringLiteral("depBegin"); }
+    void dependentEndUpdate(Table*) override { log << QStringLiteral("depEnd"); }
+    void preprocess(const QList<Record>& removed, const QList<Record>& updated, int first,
+                    int last, const QList<Record>& inserted,
+                    const QList<Record>& replaced) override
+    {
+        log << QStringLiteral("pre R%1 U%2 %3-%4 I%5")
+                   .arg(names(removed), names(updated))
+                   .arg(first)
+                   .arg(last)
+                   .arg(names(inserted));
+        QCOMPARE(replaced.size(), updated.size());
+        if (onPreprocess)
+            onPreprocess(removed, updated, inserted, replaced);
+    }
+    void process(const QList<Record>& removed, const QList<Record>& updated, int first,
+                 int last, const QList<Record>& inserted) override
+    {
+        log << QStringLiteral("process R%1 U%2 %3-%4 I%5")
+                   .arg(names(removed), names(updated))
+                   .arg(first)
+                   .arg(last)
+                   .arg(names(inserted));
+        if (onProcess)
+            onProcess(removed, updated, inserted);
+        IndexList::process(removed, updated, first, last, inserted);
+    }
+    void update(const Record& r, int first, int last, int position) override
+    {
+        log << QStringLiteral("update %1 %2-%3")
+                   .arg(r.data(TestTable::SecId).toInteger64())
+                   .arg(first)
+                   .arg(last);
+        IndexList::update(r, first, last, position);
+    }
+
+    QStringList log;
+    std::function<void(const QList<Record>&, const QList<Record>&, const QList<Record>&,
+                       const QList<Record>&)>
+        onPreprocess;
+    std::function<void(const QList<Record>&, const QList<Record>&, const QList<Record>&)>
+        onProcess;
+};
+
+// Rows of one board, ordered by price and then by key.
+class PriceIndex : public IndexSort
+{
+public:
+    PriceIndex(Table* table, int board) : IndexSort(table), m_board(board)
+    {
+        setSortColumns({TestTable::Price});
+    }
+    bool filter(const Record& r) const override
+    {
+        return r.data(TestTable::BoardId).toInteger() == m_board;
+    }
+    int compare(const Record& a, const Record& b) const override
+    {
+        const int c = a.data(TestTable::Price).compare(b.data(TestTable::Price));
+        return c != 0 ? c : a.data(TestTable::SecId).compare(b.data(TestTable::SecId));
+    }
+
+private:
+    int m_board;
+};
+
+} // namespace
+
+class TestTableClass : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void layoutAndColumns();
+    void columnsAfterRowsAreRefused();
+    void fieldReadWrite_data();
+    void fieldReadWrite();
+    void nullBits();
+    void missingColumnReadsEmptyWritesNowhere();
+    void fieldCompare_data();
+    void fieldCompare();
+    void fieldValues();
+    void recordHandles();
+    void keySearchWithKeyColumnsOnly();
+    void keyText();
+    void batchLog();
+    void nestedBatches();
+    void clearInsideBatch();
+    void transInsertsAndUpdatesInOneBatch();
+    void insertOfExistingKeyUpdates();
+    void processSeesAppliedRows();
+    void singleUpdateAndDependents();
+    void changesDuringProcessFollowAsNextBatch();
+    void sortedIndexAgainstBruteForce();
+    void filteredListFollowsUpdates();
+    void indexDependForwards();
+    void rangeSet_data();
+    void rangeSet();
+    void partitionListAgainstVector();
+    void recordInVariantAndQueuedSignal();
+};
+
+void TestTableClass::layoutAndColumns()
+{
+    TestTable t;
+    QCOMPARE(t.table.columnCount(), 8);
+    QCOMPARE(t.table.columnIndex("sec_id"), 2);
+    QVERIFY(t.table.columnIndex("nope") < 0);
+    QCOMPARE(t.table.columnDef(-5).type, FieldType::Invalid);
+    QCOMPARE(t.table.columnDef("nope").type, FieldType::Invalid);
+
+    // Cells do not overlap and respect their alignment.
+    const QList<TableColumnDef*> defs = t.table.fieldDefs();
+    for (int i = 0; i < defs.size(); ++i) {
+        QCOMPARE(defs[i]->dataOffset % FieldType::alignment(defs[i]->type), 0);
+        for (int j = i + 1; j < defs.size(); ++j)
+            QVERIFY(defs[i]->dataOffset + defs[i]->dataSize <= defs[j]->dataOffset ||
+                    defs[j]->dataOffset + defs[j]->dataSize <= defs[i]->dataOffset);
+        QVERIFY(defs[i]->dataOffset + defs[i]->dataSize <= t.table.nullBytesOffset());
+    }
+    QCOMPARE(t.table.columnDef("sec_name").dataSize, 80);
+    QVERIFY(t.table.rowSize() >= t.table.nullBytesOffset() + 1);
+
+    // columns() is a copy.
+    QList<ColumnDef> copy = t.table.columns();
+    copy[0].name = QStringLiteral("changed");
+    copy[0].title = QStringLiteral("changed");
+    QCOMPARE(t.table.columnDef(0).name, QStringLiteral("stock_id"));
+    QCOMPARE(t.table.columns().at(3).title, QStringLiteral("Название"));
+
+    // A column copied from another table keeps its definition.
+    Table other(QStringLiteral("other"));
+    QCOMPARE(other.addColumn(t.table.columnDef("price")), 0);
+    QCOMPARE(other.columnDef(0).type, FieldType::Decimal);
+    QCOMPARE(other.columnDef(0).length, 2);
+    QCOMPARE(other.columnDef(0).title, QStringLiteral("Цена"));
+    QCOMPARE(other.addColumn(QStringLiteral("price"), FieldType::Integer, 0, false, QString()),
+             -1);
+}
+
+void TestTableClass::columnsAfterRowsAreRefused()
+{
+    TestTable t;
+    Record r(&t.table);
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("added after rows"));
+    QCOMPARE(t.table.addColumn(QStringLiteral("late"), FieldType::Integer, 0, false, QString()),
+             -1);
+    QCOMPARE(t.table.columnCount(), 8);
+}
+
+void TestTableClass::fieldReadWrite_data()
+{
+    QTest::addColumn<int>("column");
+    QTest::addColumn<QVariant>("written");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<double>("number");
+
+    QTest::newRow("int") << int(TestTable::Lot) << QVariant(-42) << "-42" << -42.0;
+    QTest::newRow("int64") << int(TestTable::SecId) << QVariant(qlonglong(1) << 40)
+                           << "1099511627776" << 1099511627776.0;
+    QTest::newRow("text") << int(TestTable::SecName) << QVariant(QStringLiteral("Si-12.26"))
+                          << "Si-12.26" << 0.0;
+    QTest::newRow("decimal rounds to the column scale")
+        << int(TestTable::Price) << QVariant::fromValue(decimal(123456, 3)) << "123.46" << 123.46;
+    QTest::newRow("double into decimal") << int(TestTable::Price) << QVariant(0.285) << "0.29"
+                                         << 0.29;
+    QTest::newRow("text into decimal") << int(TestTable::Price) << QVariant(QStringLiteral("7,5"))
+                                       << "7.50" << 7.5;
+    QTest::newRow("double") << int(TestTable::Volat) << QVariant(31.25) << "31.25" << 31.25;
+    QTest::newRow("datetime") << int(TestTable::ExpDate)
+                              << QVariant::fromValue(datetime(QDate(2030, 3, 15)) + 68400000)
+                              << "15.03.2030 19:00:00"
+                              << double(datetime(QDate(2030, 3, 15)).msecs() + 68400000);
+}
+
+void TestTableClass::fieldReadWrite()
+{
+    QFETCH(int, column);
+    QFETCH(QVariant, written);
+    QFETCH(QString, text);
+    QFETCH(double, number);
+
+    TestTable t;
+    Record r(&t.table);
+    r.data(column).setValue(written);
+    QVERIFY(!r.data(column).isNull());
+    QCOMPARE(r.data(column).toString(), text);
+    QCOMPARE(QString(r.data(column)), text);
+    if (number != 0.0)
+        QCOMPARE(r.data(column).toDouble(), number);
+    // The neighbours are untouched.
+    for (int c = 0; c < t.table.columnCount(); ++c)
+        if (c != column)
+            QVERIFY2(r.data(c).toString().isEmpty() || r.data(c).toString() == "0",
+                     qPrintable(t.table.columnDef(c).name));
+    // A copy reads the same, the original does not change with the copy.
+    Record copy = r.clone();
+    QCOMPARE(copy.data(column).toString(), text);
+    copy.data(column).setNull();
+    QCOMPARE(r.data(column).toString(), text);
+}
+
+void TestTableClass::nullBits()
+{
+    TestTable t;
+    Record r(&t.table);
+    // A fresh row: nullable cells null, the others zero and not null.
+    QVERIFY(r.data(TestTable::Price).isNull());
+    QVERIFY(r.data(TestTable::SecName).isNull());
+    QVERIFY(!r.data(TestTable::Lot).isNull());
+    QCOMPARE(r.data(TestTable::Lot).toInteger(), 0);
+
+    r.data(TestTable::Price) = decimal::zero;
+    QVERIFY(!r.data(TestTable::Price).isNull());
+    QCOMPARE(r.data(TestTable::Price).toDecimal().value(), 0LL);
+    r.data(TestTable::Price).setNull();
+    QVERIFY(r.data(TestTable::Price).isNull());
+    // Null bits of different columns are independent.
+    r.data(TestTable::Volat) = 1.5;
+    r.data(TestTable::ExpDate) = datetime(QDate(2031, 1, 1));
+    r.data(TestTable::Volat).setNull();
+    QVERIFY(r.data(TestTable::Volat).isNull());
+    QVERIFY(!r.data(TestTable::ExpDate).isNull());
+    QVERIFY(r.data(TestTable::Price).isNull());
+    // Writing a null field clears the target.
+    Record other(&t.table);
+    other.data(TestTable::ExpDate) = r.data(TestTable::Volat);
+    QVERIFY(other.data(TestTable::ExpDate).isNull());
+}
+
+void TestTableClass::missingColumnReadsEmptyWritesNowhere()
+{
+    TestTable t;
+    Record r = t.make(5, 10.0);
+    const QStringList before = QStringList() << r.data(0).toString() << r.data(4).toString();
+    for (int column : {-1, 99}) {
+        Field f = r.data(column);
+        QVERIFY(!f.isValid());
+        QVERIFY(f.isNull());
+        QCOMPARE(f.toInteger(), 0);
+        QCOMPARE(f.toDouble(), 0.0);
+        QCOMPARE(f.toDecimal().value(), 0LL);
+        QVERIFY(f.toString().isEmpty());
+        QVERIFY(f.toDatetime().isNull());
+        f = 17;
+        f = QStringLiteral("x");
+        f = decimal(5, 0);
+        QVERIFY(f.isNull());
+    }
+    QVERIFY(r.data(QStringLiteral("no_such_column")).isNull());
+    r.data(QStringLiteral("no_such_column")) = 3.0;
+    QCOMPARE(QStringList() << r.data(0).toString() << r.data(4).toString(), before);
+    // A null record gives the same empty field.
+    Record none;
+    QVERIFY(none.data(0).isNull());
+    QVERIFY(none.toString().isEmpty());
+    QVERIFY(none.clone().isNull());
+}
+
+void TestTableClass::fieldCompare_data()
+{
+    QTest::addColumn<QVariant>("a");
+    QTest::addColumn<QVariant>("b");
+    QTest::addColumn<int>("expected");
+
+    QTest::newRow("int") << QVariant(2) << QVariant(10) << -1;
+    QTest::newRow("int equal") << QVariant(7) << QVariant(7) << 0;
+    QTest::newRow("int vs decimal") << QVariant(3) << QVariant::fromValue(decimal(250, 2)) << 1;
+    QTest::newRow("decimal scales") << QVariant::fromValue(decimal(10, 1))
+                                    << QVariant::fromValue(decimal(100, 2)) << 0;
+    QTest::newRow("text by code unit") << QVariant(QStringLiteral("B")) << QVariant("a") << -1;
+    QTest::newRow("text prefix") << QVariant(QStringLiteral("ab")) << QVariant("abc") << -1;
+    QTest::newRow("null first") << QVariant() << QVariant(-100) << -1;
+    QTest::newRow("null equal") << QVariant() << QVariant() << 0;
+    QTest::newRow("datetime") << QVariant::fromValue(datetime(QDate(2030, 1, 2)))
+                              << QVariant::fromValue(datetime(QDate(2030, 1, 1))) << 1;
+}
+
+void TestTableClass::fieldCompare()
+{
+    QFETCH(QVariant, a);
+    QFETCH(QVariant, b);
+    QFETCH(int, expected);
+    auto make = [](const QVariant& v) {
+        FieldConstValue f;
+        if (v.userType() == qMetaTypeId<decimal>())
+            f = FieldConstValue(v.value<decimal>());
+        else if (v.userType() == qMetaTypeId<datetime>())
+            f = FieldConstValue(v.value<datetime>());
+        else if (v.userType() == QMetaType::QString)
+            f = FieldConstValue(v.toString());
+        else if (v.isValid())
+            f = FieldConstValue(v.toInt());
+        else
+            f = FieldConstValue(FieldConstValue(0));
+        if (!v.isValid())
+            f.setNull();
+        return f;
+    };
+    const FieldConstValue fa = make(a), fb = make(b);
+    QCOMPARE(qBound(-1, fa.compare(fb), 1), expected);
+    QCOMPARE(qBound(-1, fb.compare(fa), 1), -expected);
+    QCOMPARE(fa == fb, expected == 0);
+}
+
+void TestTableClass::fieldValues()
+{
+    TestTable t;
+    Record r = t.make(9, 12.5);
+    FieldValue saved(r.data(TestTable::Price));
+    r.data(TestTable::Price) = 99.0;
+    QCOMPARE(saved.toString(), QStringLiteral("12.50"));
+    FieldValue copy = saved;
+    copy = 1.0;
+    QCOMPARE(saved.toDouble(), 12.5);
+    QCOMPARE(copy.toString(), QStringLiteral("1.00"));
+    r.data(TestTable::Price) = saved;
+    QCOMPARE(r.data(TestTable::Price).toString(), QStringLiteral("12.50"));
+
+    const FieldConstValue call(QChar('C'));
+    QCOMPARE(call.toChar(), QChar('C'));
+    Record option(&t.table);
+    option.data(TestTable::SecName) = QChar('C');
+    QVERIFY(option.data(TestTable::SecName) == call);
+    QCOMPARE(FieldConstValue::fromValue(r.data(TestTable::SecName)).toString(),
+             QStringLiteral("SEC9"));
+    // A text longer than the column is cut to it.
+    r.data(TestTable::SecName) = QString(60, QChar('x'));
+    QCOMPARE(r.data(TestTable::SecName).toString().size(), 40);
+    QCOMPARE(r.data(TestTable::SecName).asSharedString(), QString(40, QChar('x')));
+}
+
+void TestTableClass::recordHandles()
+{
+    TestTable t;
+    Record r = t.make(1, 5.0);
+    QVERIFY(!r.inTable());
+    Record same = r;
+    QVERIFY(same == r);
+    QVERIFY(!(same < r) && !(r < same));
+    t.table.insertRecord(r);
+    QVERIFY(r.inTable());
+    QVERIFY(same.inTable());
+    QCOMPARE(t.table.rowCount(), 1);
+    Record c = r.clone();
+    QVERIFY(!c.inTable());
+    QVERIFY(c != r);
+    QCOMPARE(c.data(TestTable::Price).toDouble(), 5.0);
+    t.table.removeRecord(r);
+    QVERIFY(!r.inTable());
+    QCOMPARE(r.data(TestTable::Price).toDouble(), 5.0); // the handle still reads
+    QCOMPARE(t.table.rowCount(), 0);
+}
+
+void TestTableClass::keySearchWithKeyColumnsOnly()
+{
+    TestTable t;
+    for (int i = 0; i < 50; ++i)
+        t.insert(1000 - i * 7, i);
+    Record key(&t.table);
+    key.data(TestTable::StockId) = 1;
+    key.data(TestTable::BoardId) = 1;
+    key.data(TestTable::SecId) = 1000LL - 7 * 13;
+    key.data(TestTable::Price) = 555.0; // not a key column: no part in the search
+    const int pos = t.table.masterIndex()->search(key, -1);
+    QVERIFY(pos >= 0);
+    QCOMPARE(t.table.masterIndex()->at(pos).data(TestTable::Price).toDouble(), 13.0);
+    key.data(TestTable::SecId) = 1LL;
+    QVERIFY(t.table.masterIndex()->search(key, -1) < 0);
+    key.data(TestTable::SecId) = 1000LL - 7 * 13;
+    key.data(TestTable::BoardId) = 2;
+    QVERIFY(t.table.masterIndex()->search(key, -1) < 0);
+}
+
+void TestTableClass::keyText()
+{
+    TestTable t;
+    Record r = t.insert(77, 1.0, 14);
+    const QString text = r.toString();
+    QCOMPARE(text, QStringLiteral("1|14|77"));
+    QCOMPARE(t.table.masterIndex()->findRecord(text), r);
+    QVERIFY(t.table.masterIndex()->findRecord(QStringLiteral("1|14")).isNull());
+    QVERIFY(t.table.masterIndex()->findRecord(QStringLiteral("garbage")).isNull());
+    QVERIFY(t.table.masterIndex()->findRecord(QString()).isNull());
+
+    // Text and decimal keys, with the separator inside a text.
+    Table plots(QStringLiteral("plots"));
+    plots.addColumn(QStringLiteral("name"), FieldType::String, 30, false, QString());
+    plots.addColumn(QStringLiteral("kotir"), FieldType::Decimal, 4, false, QString());
+    plots.setMasterIndex(MasterIndex_Column::create(
+        &plots, {QStringLiteral("name"), QStringLiteral("kotir")}));
+    Record p(&plots);
+    p.data(0) = QStringLiteral("a|b\\c");
+    p.data(1) = decimal(-1234567, 4);
+    plots.insertRecord(p);
+    QCOMPARE(plots.masterIndex()->findRecord(p.toString()), p);
+    auto* key = static_cast<MasterIndex_Column*>(plots.masterIndex());
+    QCOMPARE(key->find({QStringLiteral("a|b\\c"), QVariant::fromValue(decimal(-12345670, 5))}),
+             p);
+}
+
+void TestTableClass::batchLog()
+{
+    TestTable t;
+    t.insert(1, 10.0);
+    t.insert(2, 20.0);
+    Record three = t.insert(3, 30.0);
+    RecordingIndex index(&t.table);
+    t.table.addIndex(&index);
+    index.build();
+    QCOMPARE(index.count(), 3);
+
+    {
+        TableUpdater batch(&t.table);
+        RecordsTrans trans(&t.table);
+        {
+            RecordUpdater u(t.find(2), trans);
+            u.data(TestTable::Price) = 21.0;
+        }
+        {
+            RecordUpdater u(t.make(4, 40.0), trans);
+            u.data(TestTable::Lot) = 10;
+        }
+        trans.remove(three);
+        QVERIFY(!trans.isEmpty());
+    }
+    QCOMPARE(index.log, QStringList({"begin", "pre R[3] U[2] 4-4 I[4]",
+                                     "process R[3] U[2] 4-4 I[4]", "update 2 4-4", "end"}));
+    QCOMPARE(index.count(), 3);
+    QCOMPARE(t.find(2).data(TestTable::Price).toDouble(), 21.0);
+    QCOMPARE(t.find(4).data(TestTable::Lot).toInteger(), 10);
+    QVERIFY(t.find(3).isNull());
+
+    // A batch with nothing in it still brackets, and tells nothing else.
+    index.log.clear();
+    {
+        TableUpdater batch(&t.table);
+    }
+    QCOMPARE(index.log, QStringList({"begin", "end"}));
+
+    // A cleared transaction applies nothing.
+    index.log.clear();
+    {
+        RecordsTrans trans(&t.table);
+        RecordUpdater(t.find(1), trans).data(TestTable::Price) = 1.0;
+        trans.clear();
+        QVERIFY(trans.isEmpty());
+    }
+    QCOMPARE(t.find(1).data(TestTable::Price).toDouble(), 10.0);
+    QVERIFY(!index.log.contains(QStringLiteral("pre R[] U[1] 4-4 I[]")));
+}
+
+void TestTableClass::nestedBatches()
+{
+    TestTable t;
+    RecordingIndex index(&t.table);
+    t.table.addIndex(&index);
+    {
+        TableUpdater outer(&t.table);
+        t.insert(1);
+        {
+            TableUpdater inner(&t.table);
+            t.insert(2);
+            {
+                TableUpdater innermost(&t.table);
+                t.insert(3);
+            }
+        }
+        QCOMPARE(t.table.rowCount(), 0); // nothing applied before the outer end
+        QCOMPARE(index.log, QStringList({"begin"}));
+    }
+    QCOMPARE(index.log,
+             QStringList({"begin", "pre R[] U[] -1--1 I[1,2,3]", "process R[] U[] -1--1 I[1,2,3]",
+                          "end"}));
+    QCOMPARE(t.table.rowCount(), 3);
+    QCOMPARE(index.count(), 3);
+}
+
+void TestTableClass::clearInsideBatch()
+{
+    TestTable t;
+    for (int i = 1; i <= 4; ++i)
+        t.insert(i, i);
+    RecordingIndex index(&t.table);
+    t.table.addIndex(&index);
+    index.build();
+    {
+        TableUpdater batch(&t.table);
+        RecordsTrans trans(&t.table);
+        RecordUpdater(t.find(2), trans).data(TestTable::Price) = 99.0;
+        trans.apply();
+        t.insert(7); // made before the clear: gone with it
+        t.table.clear();
+        t.insert(9);
+    }
+    QCOMPARE(index.log, QStringList({"begin", "pre R[1,2,3,4] U[] -1--1 I[9]",
+                                     "process R[1,2,3,4] U[] -1--1 I[9]", "end"}));
+    QCOMPARE(t.table.rowCount(), 1);
+    QCOMPARE(index.count(), 1);
+    QVERIFY(!t.find(9).isNull());
+
+    // clear() outside a batch is a batch of its own.
+    index.log.clear();
+    t.table.clear();
+    QCOMPARE(index.log,
+             QStringList({"begin", "pre R[9] U[] -1--1 I[]", "process R[9] U[] -1--1 I[]", "end"}));
+    QCOMPARE(index.count(), 0);
+}
+
+void TestTableClass::transInsertsAndUpdatesInOneBatch()
+{
+    TestTable t;
+    t.insert(1, 1.0);
+    t.insert(2, 2.0);
+    RecordingIndex index(&t.table);
+    t.table.addIndex(&index);
+    index.build();
+    {
+        TableUpdater batch(&t.table);
+        {
+            RecordsTrans trans(&t.table);
+            RecordUpdater(t.find(1), trans).data(TestTable::Lot) = 5;
+            RecordUpdater(t.make(3, 3.0), trans).data(TestTable::Lot) = 7;
+        }
+        {
+            // A second transaction on the same row builds on the pending values.
+            RecordsTrans trans(&t.table);
+            RecordUpdater u(t.find(1), trans);
+            QCOMPARE(u.data(TestTable::Lot).toInteger(), 5);
+            u.data(TestTable::Price) = 1.5;
+        }
+    }
+    QCOMPARE(index.log, QStringList({"begin", "pre R[] U[1] 4-7 I[3]",
+                                     "process R[] U[1] 4-7 I[3]", "update 1 4-7", "end"}));
+    const Record one = t.find(1);
+    QCOMPARE(one.data(TestTable::Lot).toInteger(), 5);
+    QCOMPARE(one.data(TestTable::Price).toDouble(), 1.5);
+    QCOMPARE(t.find(3).data(TestTable::Lot).toInteger(), 7);
+}
+
+void TestTableClass::insertOfExistingKeyUpdates()
+{
+    TestTable t;
+    Record original = t.insert(5, 1.0);
+    RecordingIndex index(&t.table);
+    t.table.addIndex(&index);
+    index.build();
+    {
+        TableUpdater batch(&t.table);
+        t.table.insertRecord(t.make(5, 2.0));
+        t.table.insertRecord(t.make(6, 3.0));
+        t.table.insertRecord(t.make(6, 4.0)); // the later of two new rows with one key counts
+    }
+    QCOMPARE(index.log, QStringList({"begin", "pre R[] U[5] 0-7 I[6]",
+                                     "process R[] U[5] 0-7 I[6]", "update 5 0-7", "end"}));
+    QCOMPARE(t.table.rowCount(), 2);
+    QVERIFY(original.inTable());
+    QCOMPARE(original.data(TestTable::Price).toDouble(), 2.0);
+    QCOMPARE(t.find(6).data(TestTable::Price).toDouble(), 4.0);
+}
+
+void TestTableClass::processSeesAppliedRows()
+{
+    TestTable t;
+    Record gone = t.insert(1, 1.0);
+    Record changed = t.insert(2, 2.0);
+    RecordingIndex index(&t.table);
+    t.table.addIndex(&index);
+    index.build();
+    bool checkedPre = false, checkedProcess = false;
+    index.onPreprocess = [&](const QList<Record>& removed, const QList<Record>& updated,
+                             const QList<Record>& inserted, const QList<Record>& replaced) {
+        // Before the change: old values in the row, new ones in replaced.
+        QCOMPARE(updated.at(0).data(TestTable::Price).toDouble(), 2.0);
+        QCOMPARE(replaced.at(0).data(TestTable::Price).toDouble(), 20.0);
+        QVERIFY(removed.at(0).inTable());
+        QVERIFY(!inserted.at(0).inTable());
+        checkedPre = true;
+    };
+    index.onProcess = [&](const QList<Record>& removed, const QList<Record>& updated,
+                          const QList<Record>& inserted) {
+        QVERIFY(!removed.at(0).inTable());
+        QVERIFY(t.find(1).isNull());
+        QCOMPARE(removed.at(0).data(TestTable::Price).toDouble(), 1.0);
+        QCOMPARE(updated.at(0).data(TestTable::Price).toDouble(), 20.0);
+        QVERIFY(inserted.at(0).inTable());
+        QCOMPARE(t.find(3), inserted.at(0));
+        checkedProcess = true;
+    };
+    {
+        TableUpdater batch(&t.table);
+        RecordsTrans trans(&t.table);
+        RecordUpdater(changed, trans).data(TestTable::Price) = 20.0;
+        RecordUpdater(t.make(3), trans).data(TestTable::Lot) = 1;
+        trans.remove(gone);
+    }
+    QVERIFY(checkedPre);
+    QVERIFY(checkedProcess);
+}
+
+void TestTableClass::singleUpdateAndDependents()
+{
+    TestTable t;
+    Record r = t.insert(1, 1.0);
+    RecordingIndex index(&t.table);
+    RecordingIndex dependent(&t.table);
+    t.table.addIndex(&index);
+    t.table.addDependentIndex(&dependent);
+    index.build();
+
+    r.data(TestTable::Price) = 3.0;
+    t.table.updated(r, TestTable::Price, TestTable::Price, -1);
+    QCOMPARE(index.log, QStringList({"update 1 4-4"}));
+    QVERIFY(dependent.log.isEmpty());
+
+    index.log.clear();
+    {
+        TableUpdater batch(&t.table);
+        r.data(TestTable::Lot) = 2;
+        t.table.updated(r, TestTable::Lot, TestTable::Lot, -1);
+    }
+    QCOMPARE(index.log, QStringList({"begin", "pre R[] U[1] 7-7 I[]",
+                                     "process R[] U[1] 7-7 I[]", "update 1 7-7", "end"}));
+    QCOMPARE(dependent.log, QStringList({"depBegin", "depEnd"}));
+
+    // An index that goes away is no longer called.
+    t.table.removeIndex(&index);
+    index.log.clear();
+    t.insert(2);
+    QVERIFY(index.log.isEmpty());
+}
+
+void TestTableClass::changesDuringProcessFollowAsNextBatch()
+{
+    TestTable t;
+    RecordingIndex index(&t.table);
+    t.table.addIndex(&index);
+    bool once = true;
+    index.onProcess = [&](const QList<Record>&, const QList<Record>&, const QList<Record>&) {
+        if (once) {
+            once = false;
+            t.insert(100);
+        }
+    };
+    t.insert(1);
+    QCOMPARE(index.log,
+             QStringList({"begin", "pre R[] U[] -1--1 I[1]", "process R[] U[] -1--1 I[1]", "end",
+                          "begin", "pre R[] U[] -1--1 I[100]", "process R[] U[] -1--1 I[100]",
+                          "end"}));
+    QCOMPARE(index.count(), 2);
+}
+
+void TestTableClass::sortedIndexAgainstBruteForce()
+{
+    TestTable t;
+    PriceIndex index(&t.table, 1);
+    t.table.addIndex(&index);
+    QRandomGenerator rng(12345);
+    std::map<qint64, std::pair<int, double>> model; // sec_id -> board, price
+
+    for (int step = 0; step < 3000; ++step) {
+        const int op = rng.bounded(10);
+        const qint64 id = rng.bounded(400);
+        const int board = 1 + rng.bounded(2);
+        const double price = rng.bounded(50);
+        if (op < 4) {
+            t.table.insertRecord(t.make(id, price, board));
+            model[id * 10 + board] = {board, price};
+        } else if (op < 6) {
+            const Record r = t.find(id, board);
+            if (!r.isNull()) {
+                t.table.removeRecord(r);
+                model.erase(id * 10 + board);
+            }
+        } else if (op < 8) {
+            // A change in place of the sort column.
+            Record r = t.find(id, board);
+            if (!r.isNull()) {
+                r.data(TestTable::Price) = price;
+                t.table.updated(r, TestTable::Price, TestTable::Price, -1);
+                model[id * 10 + board].second = price;
+            }
+        } else {
+            // A batch of transactional changes.
+            TableUpdater batch(&t.table);
+            RecordsTrans trans(&t.table);
+            for (int k = 0; k < 5; ++k) {
+                const qint64 kid = rng.bounded(400);
+                const Record r = t.find(kid, 1);
+                const double p = rng.bounded(50);
+                if (!r.isNull()) {
+                    RecordUpdater(r, trans).data(TestTable::Price) = p;
+                    model[kid * 10 + 1].second = p;
+                }
+            }
+        }
+    }
+    std::vector<std::pair<double, qint64>> expected;
+    for (const auto& e : model)
+        if (e.second.first == 1)
+            expected.push_back({e.second.second, e.first / 10});
+    std::sort(expected.begin(), expected.end());
+    QCOMPARE(index.count(), int(expected.size()));
+    QCOMPARE(t.table.rowCount(), int(model.size()));
+    for (int i = 0; i < index.count(); ++i) {
+        QCOMPARE(index.at(i).data(TestTable::Price).toDouble(), expected[size_t(i)].first);
+        QCOMPARE(index.at(i).data(TestTable::SecId).toInteger64(), expected[size_t(i)].second);
+        QCOMPARE(index.indexOf(index.at(i)), i);
+    }
+    // search, searchLast and searchFull agree with the list.
+    if (index.count() > 0) {
+        const Record probe = index.at(index.count() / 2);
+        QCOMPARE(index.search(probe, -1), index.count() / 2);
+        QCOMPARE(index.searchLast(probe, -1), index.count() / 2);
+        QCOMPARE(index.searchFull(probe, -1), index.count() / 2);
+        QCOMPARE(index.find(probe, -1), index.count() / 2);
+    }
+    // The key index stays ordered by key.
+    for (int i = 1; i < t.table.rowCount(); ++i)
+        QVERIFY(t.table.masterIndex()->compare(t.table.masterIndex()->at(i - 1),
+                                               t.table.masterIndex()->at(i)) < 0);
+}
+
+void TestTableClass::filteredListFollowsUpdates()
+{
+    TestTable t;
+    PriceIndex board2(&t.table, 2);
+    t.table.addIndex(&board2);
+    Record r = t.insert(1, 1.0, 1);
+    QCOMPARE(board2.count(), 0);
+    t.insert(2, 1.0, 2);
+    QCOMPARE(board2.count(), 1);
+
+    // Moving a row into and out of the filter through the key column.
+    {
+        RecordsTrans trans(&t.table);
+        RecordUpdater(r, trans).data(TestTable::BoardId) = 2;
+    }
+    QCOMPARE(board2.count(), 2);
+    QVERIFY(board2.contains(r));
+    QCOMPARE(t.find(1, 2), r);
+    QVERIFY(t.find(1, 1).isNull());
+
+    r.data(TestTable::BoardId) = 1;
+    t.table.updated(r, TestTable::BoardId, TestTable::BoardId, -1);
+    QCOMPARE(board2.count(), 1);
+    QCOMPARE(t.find(1, 1), r);
+
+    // rebuild() after a change of the filter's own state gives the same content as build.
+    board2.rebuild();
+    QCOMPARE(board2.count(), 1);
+
+    // An update that would duplicate a key is left out.
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("duplicate the key"));
+    {
+        RecordsTrans trans(&t.table);
+        RecordUpdater(r, trans).data(TestTable::BoardId) = 2;
+        RecordUpdater(r, trans).data(TestTable::SecId) = 2LL;
+    }
+    QCOMPARE(t.table.rowCount(), 2);
+    QCOMPARE(r.data(TestTable::SecId).toInteger64(), 1LL);
+}
+
+void TestTableClass::indexDependForwards()
+{
+    TestTable t;
+    using Parent = IndexDepend<IndexList>;
+    Parent parent(&t.table);
+    RecordingIndex child(&t.table);
+    parent.addDependentIndex(&child);
+    t.table.addIndex(&parent);
+    t.insert(1);
+    QCOMPARE(parent.count(), 1);
+    QCOMPARE(child.count(), 1);
+    QCOMPARE(child.log, QStringList({"pre R[] U[] -1--1 I[1]", "process R[] U[] -1--1 I[1]"}));
+
+    child.log.clear();
+    Record r = t.find(1);
+    r.data(TestTable::Lot) = 3;
+    t.table.updated(r, TestTable::Lot, TestTable::Lot, -1);
+    QCOMPARE(child.log, QStringList({"update 1 7-7"}));
+
+    parent.clear();
+    QCOMPARE(child.count(), 0);
+    parent.build();
+    QCOMPARE(child.count(), 1);
+    parent.removeDependentIndex(&child);
+    t.insert(2);
+    QCOMPARE(parent.count(), 2);
+    QCOMPARE(child.count(), 1);
+}
+
+void TestTableClass::rangeSet_data()
+{
+    QTest::addColumn<QList<int>>("pairs");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("single") << QList<int>{3, 3} << "3-3";
+    QTest::newRow("adjacent merge") << QList<int>{1, 2, 3, 4} << "1-4";
+    QTest::newRow("gap stays") << QList<int>{1, 2, 4, 5} << "1-2 4-5";
+    QTest::newRow("bridge") << QList<int>{1, 2, 6, 8, 3, 5} << "1-8";
+    QTest::newRow("reversed bounds") << QList<int>{9, 7, 1, 1} << "1-1 7-9";
+    QTest::newRow("contained") << QList<int>{1, 10, 3, 4} << "1-10";
+    QTest::newRow("unordered") << QList<int>{20, 21, 5, 5, 10, 12, 6, 6} << "5-6 10-12 20-21";
+}
+
+void TestTableClass::rangeSet()
+{
+    QFETCH(QList<int>, pairs);
+    QFETCH(QString, expected);
+    RangeSet<int> set;
+    for (int i = 0; i + 1 < pairs.size(); i += 2)
+        set.add(pairs[i], pairs[i + 1]);
+    QStringList out;
+    for (const auto& r : set)
+        out << QStringLiteral("%1-%2").arg(r.first).arg(r.second);
+    QCOMPARE(out.join(' '), expected);
+
+    // Against a brute force over random values.
+    QRandomGenerator rng(7);
+    RangeSet<int> random;
+    QVector<bool> present(200, false);
+    for (int i = 0; i < 60; ++i) {
+        const int a = rng.bounded(200), b = qMin(199, a + rng.bounded(5));
+        random.add(a, b);
+        for (int v = a; v <= b; ++v)
+            present[v] = true;
+    }
+    for (int v = 0; v < 200; ++v)
+        QCOMPARE(random.contains(v), present[v]);
+    for (int i = 1; i < random.ranges().size(); ++i)
+        QVERIFY(random.ranges()[i - 1].second + 1 < random.ranges()[i].first);
+}
+
+void TestTableClass::partitionListAgainstVector()
+{
+    PartitionList<int> list;
+    std::vector<int> ref;
+    QRandomGenerator rng(99);
+    for (int step = 0; step < 20000; ++step) {
+        if (ref.empty() || rng.bounded(3) != 0) {
+            const int at = rng.bounded(int(ref.size()) + 1);
+            list.insert(at, step);
+            ref.insert(ref.begin() + at, step);
+        } else {
+            const int at = rng.bounded(int(ref.size()));
+            list.removeAt(at);
+            ref.erase(ref.begin() + at);
+        }
+    }
+    QCOMPARE(list.count(), int(ref.size()));
+    std::vector<int> walked(list.begin(), list.end());
+    QVERIFY(walked == ref);
+    for (int i = 0; i < list.count(); i += 97)
+        QCOMPARE(list.at(i), ref[size_t(i)]);
+
+    std::vector<int> sorted = ref;
+    std::sort(sorted.begin(), sorted.end());
+    list.assign(std::vector<int>(sorted));
+    for (int probe : {-1, 0, 5000, 19999, 30000}) {
+        const int pos = list.lowerBound([probe](int v) { return v < probe; });
+        QCOMPARE(pos, int(std::lower_bound(sorted.begin(), sorted.end(), probe) - sorted.begin()));
+    }
+}
+
+class RecordReceiver : public QObject
+{
+    Q_OBJECT
+public:
+    Record received;
+    QThread* thread = nullptr;
+public slots:
+    void take(const Record& r)
+    {
+        received = r;
+        thread = QThread::currentThread();
+    }
+};
+
+class RecordSender : public QObject
+{
+    Q_OBJECT
+signals:
+    void send(const Record& r);
+};
+
+void TestTableClass::recordInVariantAndQueuedSignal()
+{
+    QVERIFY(QMetaType::type("Record") != QMetaType::UnknownType);
+    TestTable t;
+    Record r = t.insert(42, 4.2);
+    const QVariant v = QVariant::fromValue(r);
+    QCOMPARE(v.value<Record>(), r);
+    QCOMPARE(QString::fromLatin1(v.typeName()), QStringLiteral("Record"));
+
+    RecordSender sender;
+    RecordReceiver receiver;
+    QThread worker;
+    receiver.moveToThread(&worker);
+    worker.start();
+    connect(&sender, &RecordSender::send, &receiver, &RecordReceiver::take,
+            Qt::QueuedConnection);
+    emit sender.send(r);
+    QTRY_VERIFY(!receiver.received.isNull());
+    worker.quit();
+    worker.wait();
+    QCOMPARE(receiver.received, r);
+    QCOMPARE(receiver.thread, &worker);
+}
+
+QTEST_GUILESS_MAIN(TestTableClass)
+#include "tst_table.moc"
