@@ -1,0 +1,229 @@
+#include "database/masterindex_struct.h"
+#include "database/recordstrans.h"
+#include "database/recordupdater.h"
+#include "database/tableupdater.h"
+
+#include <QRandomGenerator>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+// The layout of the calculator's plot table: (stock_id, sec_id, profile_type, kotir).
+std::unique_ptr<Table> plotsTable(int profileLength = 30, bool kotirNullable = false)
+{
+    auto t = std::make_unique<Table>(QStringLiteral("plots"));
+    t->addColumn(QStringLiteral("stock_id"), FieldType::Integer, 0, false, QString());
+    t->addColumn(QStringLiteral("sec_id"), FieldType::Integer64, 0, false, QString());
+    t->addColumn(QStringLiteral("profile_type"), FieldType::String, profileLength, false,
+                 QString());
+    t->addColumn(QStringLiteral("kotir"), FieldType::Decimal, 4, kotirNullable, QString());
+    t->addColumn(QStringLiteral("value"), FieldType::Double, 10, true, QString());
+    return t;
+}
+
+const QStringList PlotKey = {"stock_id", "sec_id", "profile_type", "kotir"};
+const QStringList PositionKey = {"stock_id", "board_id", "sec_id"};
+
+std::unique_ptr<Table> positionsTable(FieldType::Type secIdType = FieldType::Integer64)
+{
+    auto t = std::make_unique<Table>(QStringLiteral("positions_virtual"));
+    t->addColumn(QStringLiteral("stock_id"), FieldType::Integer, 0, false, QString());
+    t->addColumn(QStringLiteral("board_id"), FieldType::Integer, 0, false, QString());
+    t->addColumn(QStringLiteral("sec_id"), secIdType, 0, false, QString());
+    t->addColumn(QStringLiteral("pos"), FieldType::Integer64, 0, true, QString());
+    return t;
+}
+
+using PlotIndex = MasterIndex_Struct<int, __int64, ucharn<30>, decimal>;
+using PositionIndex = MasterIndex_Struct<int, int, __int64>;
+
+} // namespace
+
+class TestMasterIndexStruct : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void ordersAsTheGeneralKey();
+    void positionsKey();
+    void fallbacks_data();
+    void fallbacks();
+    void lastColumnDecides();
+    void textOrdersByCodeUnit();
+};
+
+void TestMasterIndexStruct::ordersAsTheGeneralKey()
+{
+    auto t = plotsTable();
+    MasterIndex* fast = PlotIndex::create(t.get(), PlotKey);
+    QCOMPARE(fast->getClassName(), QStringLiteral("MasterIndex_Struct"));
+    QVERIFY(dynamic_cast<MasterIndex_Column*>(fast)); // a drop-in for the general key
+    t->setMasterIndex(fast);
+    MasterIndex_Column* general = MasterIndex_Column::create(t.get(), PlotKey);
+    t->addIndex(general);
+
+    QRandomGenerator rng(2026);
+    const QStringList profiles = {"Текущий", "Экспирация", "Изменённый", "", "Z", "a"};
+    {
+        TableUpdater batch(t.get());
+        RecordsTrans trans(t.get());
+        for (int i = 0; i < 3000; ++i) {
+            Record r(t.get());
+            RecordUpdater u(r, trans);
+            u.data(0) = int(rng.bounded(3)) - 1;
+            u.data(1) = static_cast<long long>(rng.bounded(40)) - 20;
+            u.data(2) = profiles.at(rng.bounded(profiles.size()));
+            u.data(3) = decimal(qint64(rng.bounded(2000)) - 1000, 4);
+            u.data(4) = double(i);
+        }
+    }
+    QVERIFY(t->rowCount() > 1000);
+    QCOMPARE(general->count(), t->rowCount());
+    for (int i = 0; i < t->rowCount(); ++i) {
+        QCOMPARE(fast->at(i), general->at(i));
+        if (i > 0)
+            QVERIFY(fast->compare(fast->at(i - 1), fast->at(i)) < 0);
+    }
+    // Both find every row by a key record built from the key columns alone.
+    for (int i = 0; i < t->rowCount(); i += 37) {
+        Record key(t.get());
+        for (int c = 0; c < 4; ++c)
+            key.data(c) = fast->at(i).data(c);
+        QCOMPARE(fast->search(key, -1), i);
+        QCOMPARE(general->search(key, -1), i);
+        QCOMPARE(fast->findRecord(fast->at(i).toString()), fast->at(i));
+    }
+    delete general;
+}
+
+void TestMasterIndexStruct::positionsKey()
+{
+    auto t = positionsTable();
+    t->setMasterIndex(PositionIndex::create(t.get(), PositionKey));
+    QCOMPARE(t->masterIndex()->getClassName(), QStringLiteral("MasterIndex_Struct"));
+    const qint64 ids[] = {5, -3, 1LL << 40, 0, 7};
+    for (qint64 id : ids) {
+        Record r(t.get());
+        r.data(0) = 1;
+        r.data(1) = id == 7 ? 14 : 1;
+        r.data(2) = static_cast<long long>(id);
+        t->insertRecord(r);
+    }
+    QStringList order;
+    for (const Record& r : t->masterIndex()->records())
+        order << r.toString();
+    QCOMPARE(order, QStringList({"1|1|-3", "1|1|0", "1|1|5", "1|1|1099511627776", "1|14|7"}));
+}
+
+void TestMasterIndexStruct::fallbacks_data()
+{
+    QTest::addColumn<int>("profileLength");
+    QTest::addColumn<bool>("nullable");
+    QTest::addColumn<QStringList>("columns");
+    QTest::addColumn<QString>("message");
+    QTest::addColumn<int>("rows"); // distinct keys among the 20 rows written
+
+    QTest::newRow("nullable column")
+        << 30 << true << PlotKey
+        << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
+           "MasterIndex_Struct: column can't be nullable 3:'kotir'" << 20;
+    QTest::newRow("text of another length")
+        << 20 << false << PlotKey
+        << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
+           "MasterIndex_Struct: incorrect column 2:'profile_type' type length: 60!=40" << 20;
+    QTest::newRow("too few columns")
+        << 30 << false << QStringList({"stock_id", "sec_id", "profile_type"})
+        << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
+           "MasterIndex_Struct: incorrect columns count 4!=3" << 10;
+    QTest::newRow("wrong type")
+        << 30 << false << QStringList({"sec_id", "sec_id", "profile_type", "kotir"})
+        << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
+           "MasterIndex_Struct: incorrect column 0:'sec_id' type: int!=int64" << 20;
+    QTest::newRow("missing column")
+        << 30 << false << QStringList({"stock_id", "sec_id", "profile", "kotir"})
+        << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
+           "MasterIndex_Struct: incorrect column 2:'profile' type: string!=invalid" << 20;
+}
+
+void TestMasterIndexStruct::fallbacks()
+{
+    QFETCH(int, profileLength);
+    QFETCH(bool, nullable);
+    QFETCH(QStringList, columns);
+    QFETCH(QString, message);
+    QFETCH(int, rows);
+
+    auto t = plotsTable(profileLength, nullable);
+    QTest::ignoreMessage(QtWarningMsg, qPrintable(message));
+    MasterIndex* index = PlotIndex::create(t.get(), columns);
+    QVERIFY(index);
+    QCOMPARE(index->getClassName(), QStringLiteral("MasterIndex_Column"));
+    t->setMasterIndex(index);
+
+    // The table works as before with the general key.
+    for (int i = 0; i < 20; ++i) {
+        Record r(t.get());
+        r.data(0) = 1;
+        r.data(1) = static_cast<long long>(i % 5);
+        r.data(2) = QStringLiteral("p%1").arg(i % 2);
+        r.data(3) = decimal(i, 0);
+        t->insertRecord(r);
+    }
+    QCOMPARE(t->rowCount(), rows);
+    for (int i = 1; i < t->rowCount(); ++i)
+        QVERIFY(index->compare(index->at(i - 1), index->at(i)) < 0);
+}
+
+void TestMasterIndexStruct::lastColumnDecides()
+{
+    auto t = positionsTable();
+    t->setMasterIndex(PositionIndex::create(t.get(), PositionKey));
+    Record a(t.get()), b(t.get());
+    for (Record* r : {&a, &b}) {
+        r->data(0) = 1;
+        r->data(1) = 14;
+    }
+    a.data(2) = 10LL;
+    b.data(2) = 9LL;
+    QVERIFY(t->masterIndex()->compare(a, b) > 0);
+    QVERIFY(t->masterIndex()->compare(b, a) < 0);
+    b.data(2) = 10LL;
+    b.data(3) = 500LL; // not a key column
+    QCOMPARE(t->masterIndex()->compare(a, b), 0);
+
+    auto plots = plotsTable();
+    plots->setMasterIndex(PlotIndex::create(plots.get(), PlotKey));
+    Record p(plots.get()), q(plots.get());
+    for (Record* r : {&p, &q}) {
+        r->data(0) = 1;
+        r->data(1) = 5LL;
+        r->data(2) = QStringLiteral("Текущий");
+    }
+    p.data(3) = decimal(-15000, 4);
+    q.data(3) = decimal(-14999, 4);
+    QVERIFY(plots->masterIndex()->compare(p, q) < 0);
+    QVERIFY(plots->masterIndex()->compare(q, p) > 0);
+}
+
+void TestMasterIndexStruct::textOrdersByCodeUnit()
+{
+    auto t = plotsTable();
+    t->setMasterIndex(PlotIndex::create(t.get(), PlotKey));
+    // By code unit: "B" 0x42 < "a" 0x61 < "Я" 0x42F < "ё" 0x451, whatever the locale says.
+    const QStringList texts = {"a", "B", "ё", "Я", "ab", ""};
+    for (const QString& text : texts) {
+        Record r(t.get());
+        r.data(0) = 1;
+        r.data(2) = text;
+        t->insertRecord(r);
+    }
+    QStringList order;
+    for (const Record& r : t->masterIndex()->records())
+        order << r.data(2).toString();
+    QCOMPARE(order, QStringList({"", "B", "a", "ab", "Я", "ё"}));
+}
+
+QTEST_GUILESS_MAIN(TestMasterIndexStruct)
+#include "tst_masterindex_struct.moc"
