@@ -20,7 +20,9 @@ void RecordsTrans::clear()
     m_updates.clear();
     m_updateAt.clear();
     m_inserts.clear();
+    m_insertSet.clear();
     m_removes.clear();
+    m_removeSet.clear();
 }
 
 RecordsTrans::Update& RecordsTrans::updateOf(const Record& row)
@@ -35,17 +37,22 @@ RecordsTrans::Update& RecordsTrans::updateOf(const Record& row)
 
 void RecordsTrans::addInsert(const Record& record)
 {
-    if (!m_inserts.contains(record))
+    if (!m_insertSet.contains(record)) {
+        m_insertSet.insert(record);
         m_inserts.append(record);
+    }
 }
 
 void RecordsTrans::remove(const Record& record)
 {
     if (record.isNull() || record.table() != m_table)
         return;
-    m_inserts.removeAll(record);
-    if (record.inTable() && !m_removes.contains(record))
+    if (m_insertSet.remove(record))
+        m_inserts.removeAll(record);
+    if (record.inTable() && !m_removeSet.contains(record)) {
+        m_removeSet.insert(record);
         m_removes.append(record);
+    }
 }
 
 void RecordsTrans::apply()
@@ -56,7 +63,7 @@ void RecordsTrans::apply()
     }
     TableUpdater batch(m_table);
     for (const Update& u : qAsConst(m_updates))
-        if (u.firstColumn >= 0 && !m_removes.contains(u.row))
+        if (u.firstColumn >= 0 && !m_removeSet.contains(u.row))
             m_table->updateRecord(u.row, u.values, u.firstColumn, u.lastColumn);
     for (const Record& r : qAsConst(m_inserts))
         m_table->insertRecord(r);

@@ -4,6 +4,7 @@
 #include "record.h"
 
 #include <QHash>
+#include <QSet>
 #include <QVector>
 
 class Table;
@@ -45,5 +46,7 @@ private:
     QVector<Update> m_updates;
     QHash<Record, int> m_updateAt;
     QVector<Record> m_inserts;
+    QSet<Record> m_insertSet;
     QVector<Record> m_removes;
+    QSet<Record> m_removeSet;
 };
