@@ -10,25 +10,22 @@ namespace {
 
 using int128 = __int128;
 
-constexpr qint64 Pow10[decimal::MaxScale + 1] = {1LL,
-                                                 10LL,
-                                                 100LL,
-                                                 1000LL,
-                                                 10000LL,
-                                                 100000LL,
-                                                 1000000LL,
-                                                 10000000LL,
-                                                 100000000LL,
-                                                 1000000000LL,
-                                                 10000000000LL,
-                                                 100000000000LL,
-                                                 1000000000000LL,
-                                                 10000000000000LL,
-                                                 100000000000000LL,
-                                                 1000000000000000LL,
-                                                 10000000000000000LL,
-                                                 100000000000000000LL,
-                                                 1000000000000000000LL};
+struct PowersOfTen
+{
+    qint64 value[decimal::MaxScale + 1];
+    constexpr PowersOfTen() : value()
+    {
+        qint64 p = 1;
+        for (int i = 0; i <= decimal::MaxScale; ++i) {
+            value[i] = p;
+            if (i < decimal::MaxScale)
+                p *= 10;
+        }
+    }
+    constexpr qint64 operator[](int n) const { return value[n]; }
+};
+constexpr PowersOfTen Pow10;
+static_assert(Pow10[decimal::MaxScale] == 1000000000000000000LL, "10^18 is the finest step");
 
 // The integer part of MaxAbsValue; texts beyond it are refused.
 constexpr qint64 MaxAbsInteger = 9999999999999998LL;
