@@ -11,7 +11,8 @@ class QDataStream;
 // A fixed-point number packed in 64 bits: a signed mantissa in the upper 59 bits and the
 // scale (digits after the point, 0..MaxScale) in the lower 5. Passed by value like an
 // integer. Numbers whose magnitude exceeds MaxAbsValue do not fit and are refused wherever
-// an ok flag exists.
+// an ok flag exists. A result that its scale cannot hold takes the finest scale that can
+// (rounded half away from zero); only what no scale holds saturates at +-MaxMantissa.
 class DATABASE_EXPORT decimal
 {
 public:
@@ -20,8 +21,10 @@ public:
     static constexpr double MaxAbsValue = 9999999999999998.0;
 
     static const decimal zero;
-    static const decimal minimum; // below every other value: "nothing found yet" for a maximum search
-    static const decimal maximum; // above every other value: "nothing found yet" for a minimum search
+    // Below every other value: "nothing found yet" for a maximum search.
+    static const decimal minimum;
+    // Above every other value: "nothing found yet" for a minimum search.
+    static const decimal maximum;
 
     constexpr decimal() : m_raw(0) {}
     decimal(long long value, short scale);
@@ -29,7 +32,8 @@ public:
     explicit decimal(const QString& text);
 
     void set(long long value, short scale);
-    // Changes the scale, rounding half away from zero when digits are dropped.
+    // Changes the scale, rounding half away from zero when digits are dropped; a value the
+    // scale cannot hold keeps the finest scale that can.
     void setScale(short scale);
     short scale() const { return short(m_raw & ScaleMask); }
     long long value() const { return m_raw >> ScaleBits; }
@@ -63,7 +67,8 @@ public:
     QString toSystemStringShort() const;
     QVariant toVariant() const;
 
-    // Rounds half away from zero to the scale; NaN gives zero, out of range saturates.
+    // Rounds half away from zero to the scale (a coarser one if the value does not fit);
+    // NaN gives zero, out of range saturates.
     static decimal fromDouble(double value, short scale);
     // Accepts "." or "," as the separator, a sign, spaces around; ok false for no number
     // or one beyond MaxAbsValue (the result is then zero).
@@ -76,7 +81,7 @@ public:
 
     // The packed 64 bits, for raw storage in a row.
     qint64 raw() const { return m_raw; }
-    static decimal fromRaw(qint64 raw)
+    static constexpr decimal fromRaw(qint64 raw)
     {
         decimal d;
         d.m_raw = raw;
