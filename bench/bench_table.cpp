@@ -89,6 +89,7 @@ public:
     BaseCodeIndex(Table* t) : IndexSort(t), m_column(t->columnIndex(QStringLiteral("base_code")))
     {
         setSortColumns({m_column});
+        setFilterColumns({});
     }
     int compare(const Record& a, const Record& b) const override
     {
@@ -103,7 +104,10 @@ private:
 class OptionsIndex : public IndexList
 {
 public:
-    OptionsIndex(Table* t) : IndexList(t), m_column(t->columnIndex(QStringLiteral("sectype"))) {}
+    OptionsIndex(Table* t) : IndexList(t), m_column(t->columnIndex(QStringLiteral("sectype")))
+    {
+        setFilterColumns({m_column});
+    }
     bool filter(const Record& r) const override { return r.data(m_column).toChar() == 'O'; }
 
 private:
@@ -156,6 +160,41 @@ struct TableFixture
                 RecordUpdater(row, trans).data(priceColumn) = decimal(updates[i].price, 4);
             }
         }
+    }
+
+    // The same updates through handles of the rows, as a feed that keeps them would make.
+    void applyByHandle(const std::vector<Record>& rows, const std::vector<PriceUpdate>& updates)
+    {
+        for (size_t start = 0; start < updates.size(); start += BatchSize) {
+            TableUpdater batch(table.get());
+            RecordsTrans trans(table.get());
+            const size_t end = std::min(updates.size(), start + BatchSize);
+            for (size_t i = start; i < end; ++i)
+                RecordUpdater(rows[i], trans).data(priceColumn) = decimal(updates[i].price, 4);
+        }
+    }
+    // The same updates written in place and announced by Table::updated.
+    void applyInPlace(const std::vector<Record>& rows, const std::vector<PriceUpdate>& updates)
+    {
+        for (size_t start = 0; start < updates.size(); start += BatchSize) {
+            TableUpdater batch(table.get());
+            const size_t end = std::min(updates.size(), start + BatchSize);
+            for (size_t i = start; i < end; ++i) {
+                Record row = rows[i];
+                row.data(priceColumn) = decimal(updates[i].price, 4);
+                table->updated(row, priceColumn, priceColumn);
+            }
+        }
+    }
+    std::vector<Record> rowsOf(const std::vector<PriceUpdate>& updates)
+    {
+        std::vector<Record> rows;
+        for (const PriceUpdate& u : updates) {
+            key.data(1) = u.board;
+            key.data(2) = static_cast<long long>(u.secId);
+            rows.push_back(table->masterIndex()->findByKey(key));
+        }
+        return rows;
     }
 
     std::unique_ptr<Table> table;
@@ -284,6 +323,28 @@ void BM_TableUpdates(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * Updates);
 }
 BENCHMARK(BM_TableUpdates)->Unit(benchmark::kMillisecond);
+
+void BM_TableUpdatesByHandle(benchmark::State& state)
+{
+    TableFixture fixture;
+    const auto updates = makeUpdates();
+    const auto rows = fixture.rowsOf(updates);
+    for (auto _ : state)
+        fixture.applyByHandle(rows, updates);
+    state.SetItemsProcessed(state.iterations() * Updates);
+}
+BENCHMARK(BM_TableUpdatesByHandle)->Unit(benchmark::kMillisecond);
+
+void BM_TableUpdatesInPlace(benchmark::State& state)
+{
+    TableFixture fixture;
+    const auto updates = makeUpdates();
+    const auto rows = fixture.rowsOf(updates);
+    for (auto _ : state)
+        fixture.applyInPlace(rows, updates);
+    state.SetItemsProcessed(state.iterations() * Updates);
+}
+BENCHMARK(BM_TableUpdatesInPlace)->Unit(benchmark::kMillisecond);
 
 void BM_SqliteUpdates(benchmark::State& state)
 {

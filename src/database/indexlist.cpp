@@ -54,11 +54,21 @@ bool IndexList::contains(const Record& record) const
     return found;
 }
 
+bool IndexList::filterDependsOn(int firstColumn, int lastColumn) const
+{
+    if (!m_filterColumnsKnown)
+        return true;
+    for (int c : m_filterColumns)
+        if (c >= firstColumn && c <= lastColumn)
+            return true;
+    return false;
+}
+
 void IndexList::update(const Record& record, int firstColumn, int lastColumn, int position)
 {
-    Q_UNUSED(firstColumn);
-    Q_UNUSED(lastColumn);
     Q_UNUSED(position);
+    if (!filterDependsOn(firstColumn, lastColumn))
+        return;
     const bool in = contains(record);
     const bool pass = filter(record);
     if (in && !pass)

@@ -99,6 +99,8 @@ void IndexSort::update(const Record& record, int firstColumn, int lastColumn, in
         return;
     }
     const bool moved = orderDependsOn(firstColumn, lastColumn);
+    if (!moved && !filterDependsOn(firstColumn, lastColumn))
+        return;
     int at = -1;
     if (position >= 0 && position < m_records.count() && m_records.at(position) == record) {
         at = position;
