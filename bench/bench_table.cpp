@@ -44,9 +44,9 @@ std::unique_ptr<Table> makeSecurities()
     add("expdate", FieldType::DateTime, 0, true);
     add("decimals", FieldType::Integer, 0, false);
     add("price_step", FieldType::Decimal, 2, false);
-    for (const char* name : {"volat", "theor_price", "delta", "gamma", "vega", "theta", "bid",
-                             "ask", "price", "cur_kotir_real", "cur_kotir", "old_kotir",
-                             "volat_min", "volat_max"})
+    for (const char* name :
+         {"volat", "theor_price", "delta", "gamma", "vega", "theta", "bid", "ask", "price",
+          "cur_kotir_real", "cur_kotir", "old_kotir", "volat_min", "volat_max"})
         add(name, FieldType::Decimal, 4, true);
     add("base_isin_id", FieldType::Integer, 0, false);
     add("main_sec_id", FieldType::Integer64, 0, false);
@@ -55,7 +55,8 @@ std::unique_ptr<Table> makeSecurities()
     add("lasttime", FieldType::DateTime, 0, true);
     add("lot_size", FieldType::Integer, 0, false);
     t->setMasterIndex(MasterIndex_Struct<int, int, __int64>::create(
-        t.get(), {QStringLiteral("stock_id"), QStringLiteral("board_id"), QStringLiteral("sec_id")}));
+        t.get(),
+        {QStringLiteral("stock_id"), QStringLiteral("board_id"), QStringLiteral("sec_id")}));
     return t;
 }
 
@@ -128,8 +129,8 @@ std::vector<PriceUpdate> makeUpdates()
     updates.reserve(Updates);
     for (int i = 0; i < Updates; ++i) {
         const int row = int(rng() % Rows);
-        updates.push_back({row % 10 == 0 ? 1 : 14, qint64(row) * 7 + 1000,
-                           qint64(rng() % 100000000)});
+        updates.push_back(
+            {row % 10 == 0 ? 1 : 14, qint64(row) * 7 + 1000, qint64(rng() % 100000000)});
     }
     return updates;
 }

@@ -4,8 +4,7 @@
 #include <cstdio>
 
 // The shortest of several timed runs of f, in seconds: the least disturbed by the machine.
-template <typename F>
-double bestSeconds(int runs, F&& f)
+template <typename F> double bestSeconds(int runs, F&& f)
 {
     double best = 1e300;
     for (int i = 0; i < runs; ++i) {

@@ -30,8 +30,8 @@ public:
 
     bool isNull() const { return m_msecs == 0; }
     qint64 msecs() const { return m_msecs; }
-    QDate getDate() const;           // invalid for null
-    QDateTime getDateTime() const;   // same wall-clock fields, invalid for null
+    QDate getDate() const;         // invalid for null
+    QDateTime getDateTime() const; // same wall-clock fields, invalid for null
     // "dd.MM.yyyy hh:mm:ss", or "dd.MM.yyyy" at midnight; empty for null.
     QString toString() const;
     QVariant toVariant() const;

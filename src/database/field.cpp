@@ -6,16 +6,14 @@
 
 namespace {
 
-template <typename T>
-T load(const unsigned char* p)
+template <typename T> T load(const unsigned char* p)
 {
     T v;
     std::memcpy(&v, p, sizeof(T));
     return v;
 }
 
-template <typename T>
-void store(unsigned char* p, T v)
+template <typename T> void store(unsigned char* p, T v)
 {
     std::memcpy(p, &v, sizeof(T));
 }

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "database_global.h"
-#include "decimal.h"
 #include "datetime.h"
+#include "decimal.h"
 #include "fieldtype.h"
 
 #include <QChar>
@@ -29,10 +29,7 @@ public:
     Field(const Field&) = default;
 
     bool isValid() const { return m_data != nullptr; }
-    bool isNull() const
-    {
-        return !m_data || (m_nullable && !(*m_nullByte & m_nullMask));
-    }
+    bool isNull() const { return !m_data || (m_nullable && !(*m_nullByte & m_nullMask)); }
     FieldType::Type type() const { return FieldType::Type(m_type); }
     int length() const { return m_length; }
     bool isNullable() const { return m_nullable; }

@@ -55,10 +55,7 @@ FieldValue& FieldValue::operator=(const FieldValue& other)
     return *this;
 }
 
-FieldConstValue::FieldConstValue(const QChar& value)
-    : FieldConstValue(QString(value))
-{
-}
+FieldConstValue::FieldConstValue(const QChar& value) : FieldConstValue(QString(value)) {}
 
 FieldConstValue::FieldConstValue(int value)
 {

@@ -51,9 +51,8 @@ void Index::add(const Record& record)
     Q_UNUSED(record);
 }
 
-void Index::preprocess(const QList<Record>& removed, const QList<Record>& updated,
-                       int firstColumn, int lastColumn, const QList<Record>& inserted,
-                       const QList<Record>& replaced)
+void Index::preprocess(const QList<Record>& removed, const QList<Record>& updated, int firstColumn,
+                       int lastColumn, const QList<Record>& inserted, const QList<Record>& replaced)
 {
     Q_UNUSED(removed);
     Q_UNUSED(updated);

@@ -31,8 +31,7 @@ private:
 
 // A model class that is an Index, joined with dependents that see the same notifications.
 // Single changes made while a batch is processed reach the dependents with the batch only.
-template <class Model>
-class IndexDepend : public Model, public IndexDependBase
+template <class Model> class IndexDepend : public Model, public IndexDependBase
 {
 public:
     using Model::Model;
@@ -62,8 +61,7 @@ public:
                     const QList<Record>& replaced) override
     {
         Model::preprocess(removed, updated, firstColumn, lastColumn, inserted, replaced);
-        IndexDependBase::preprocess(removed, updated, firstColumn, lastColumn, inserted,
-                                    replaced);
+        IndexDependBase::preprocess(removed, updated, firstColumn, lastColumn, inserted, replaced);
     }
     void process(const QList<Record>& removed, const QList<Record>& updated, int firstColumn,
                  int lastColumn, const QList<Record>& inserted) override

@@ -64,8 +64,8 @@ int IndexSort::indexOf(const Record& record) const
     return found ? pos : -1;
 }
 
-void IndexSort::process(const QList<Record>& removed, const QList<Record>& updated,
-                        int firstColumn, int lastColumn, const QList<Record>& inserted)
+void IndexSort::process(const QList<Record>& removed, const QList<Record>& updated, int firstColumn,
+                        int lastColumn, const QList<Record>& inserted)
 {
     if (updated.size() < 2 || !orderDependsOn(firstColumn, lastColumn)) {
         IndexList::process(removed, updated, firstColumn, lastColumn, inserted);
@@ -131,8 +131,8 @@ void IndexSort::reposition(int position)
 {
     const Record record = m_records.at(position);
     const bool beforeOk = position == 0 || compareFull(m_records.at(position - 1), record) < 0;
-    const bool afterOk = position == m_records.count() - 1 ||
-                         compareFull(record, m_records.at(position + 1)) < 0;
+    const bool afterOk =
+        position == m_records.count() - 1 || compareFull(record, m_records.at(position + 1)) < 0;
     if (beforeOk && afterOk)
         return;
     m_records.removeAt(position);

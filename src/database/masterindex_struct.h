@@ -13,8 +13,7 @@ typedef long long __int64;
 #endif
 
 // A text key of N 16-bit characters, compared by code unit.
-template <int N>
-struct ucharn
+template <int N> struct ucharn
 {
     unsigned short chars[N];
 };
@@ -26,11 +25,9 @@ struct NullType
 };
 
 // What a key type requires of its column, and how two raw cells of it compare.
-template <class T>
-struct Key;
+template <class T> struct Key;
 
-template <>
-struct Key<int>
+template <> struct Key<int>
 {
     static constexpr int type = FieldType::Integer;
     static constexpr int width = 4;
@@ -43,8 +40,7 @@ struct Key<int>
     }
 };
 
-template <>
-struct Key<__int64>
+template <> struct Key<__int64>
 {
     static constexpr int type = FieldType::Integer64;
     static constexpr int width = 8;
@@ -57,8 +53,7 @@ struct Key<__int64>
     }
 };
 
-template <int N>
-struct Key<ucharn<N>>
+template <int N> struct Key<ucharn<N>>
 {
     static constexpr int type = FieldType::String;
     static constexpr int width = 2 * N;
@@ -75,8 +70,7 @@ struct Key<ucharn<N>>
     }
 };
 
-template <>
-struct Key<decimal>
+template <> struct Key<decimal>
 {
     static constexpr int type = FieldType::Decimal;
     static constexpr int width = 8;
@@ -98,8 +92,7 @@ DATABASE_EXPORT int verifyColumn(const Table* table, const QStringList& columns,
                                  int requiredType, int requiredWidth);
 DATABASE_EXPORT void verifyCount(const QStringList& columns, int required);
 
-template <class Index>
-MasterIndex* create(Table* table, const QStringList& columns)
+template <class Index> MasterIndex* create(Table* table, const QStringList& columns)
 {
     try {
         return new Index(table, columns);

@@ -1,15 +1,14 @@
 #pragma once
 
-#include "record.h"
 #include "field.h"
+#include "record.h"
 
 #include <QVariantList>
 
 class Table;
 
 // Adds to a column key the making of key records from values.
-template <class Base>
-class MasterIndexKey : public Base
+template <class Base> class MasterIndexKey : public Base
 {
 public:
     using Base::Base;

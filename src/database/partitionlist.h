@@ -6,8 +6,7 @@
 
 // A list kept in blocks of bounded size, so that inserting or removing in the middle of a
 // long sorted list moves at most one block. Positions are global, as in a flat list.
-template <typename T>
-class PartitionList
+template <typename T> class PartitionList
 {
 public:
     static constexpr int MaxBlock = 512;
@@ -152,8 +151,7 @@ public:
     // The first position whose element is not less than the searched one, where
     // lessThan(element) says whether an element is less. The list must be ordered so that
     // lessThan holds for a prefix of it.
-    template <typename LessThan>
-    int lowerBound(LessThan lessThan) const
+    template <typename LessThan> int lowerBound(LessThan lessThan) const
     {
         // First the block: the first block whose last element is not less.
         int lo = 0, hi = int(m_blocks.size());

@@ -50,10 +50,10 @@ DATABASE_EXPORT void calcVolatParams(VolatOutputParams& out, const VolatInputPar
 // The volatility within [minVolatility, maxVolatility] at which the option is worth
 // theorPrice, to within priceAccuracy; the nearer bound when no volatility in the band
 // reaches the price. Finite for every input.
-DATABASE_EXPORT double volatByTheorPrice(const VolatInputParams& in, bool isPut,
-                                         double theorPrice, double startVolatility,
-                                         double minVolatility, double maxVolatility,
-                                         double priceAccuracy, double volatilityAccuracy);
+DATABASE_EXPORT double volatByTheorPrice(const VolatInputParams& in, bool isPut, double theorPrice,
+                                         double startVolatility, double minVolatility,
+                                         double maxVolatility, double priceAccuracy,
+                                         double volatilityAccuracy);
 
 // The standard normal distribution function, accurate to near double precision everywhere.
 DATABASE_EXPORT double normalCdf(double x);

@@ -6,8 +6,7 @@
 #include <algorithm>
 
 // A set of values kept as disjoint, sorted, inclusive ranges; adjacent ranges merge.
-template <typename T>
-class RangeSet
+template <typename T> class RangeSet
 {
 public:
     using Range = QPair<T, T>; // first, last

@@ -72,8 +72,8 @@ int Table::addColumn(const QString& name, FieldType::Type type, int length, bool
                      const QString& title, bool visible, const QString& description)
 {
     if (m_rowsMade) {
-        qWarning("Table %s: column %s added after rows were made; ignored",
-                 qPrintable(m_name), qPrintable(name));
+        qWarning("Table %s: column %s added after rows were made; ignored", qPrintable(m_name),
+                 qPrintable(name));
         return -1;
     }
     if (name.isEmpty() || m_columnByName.contains(name) ||
@@ -84,10 +84,10 @@ int Table::addColumn(const QString& name, FieldType::Type type, int length, bool
     }
     TableColumnDef def;
     def.type = type;
-    def.length = type == FieldType::Integer || type == FieldType::Integer64 ||
-                         type == FieldType::DateTime
-                     ? 0
-                     : length;
+    def.length =
+        type == FieldType::Integer || type == FieldType::Integer64 || type == FieldType::DateTime
+            ? 0
+            : length;
     def.name = name;
     def.nullable = nullable;
     def.visible = visible;
@@ -106,8 +106,8 @@ int Table::addColumn(const QString& name, FieldType::Type type, int length, bool
     return def.column;
 }
 
-int Table::addColumn(const QString& name, const FieldDef& def, bool nullable,
-                     const QString& title, bool visible, const QString& description)
+int Table::addColumn(const QString& name, const FieldDef& def, bool nullable, const QString& title,
+                     bool visible, const QString& description)
 {
     return addColumn(name, def.type, def.length, nullable, title, visible, description);
 }
@@ -341,8 +341,7 @@ void Table::updateRecord(const Record& record, const Record& values, int firstCo
             else if (pending != record)
                 // A change in place on top of pending values: keep it in the pending row,
                 // which is what the row will be.
-                for (int c = qMax(0, firstColumn); c <= qMin(lastColumn, m_columns.size() - 1);
-                     ++c)
+                for (int c = qMax(0, firstColumn); c <= qMin(lastColumn, m_columns.size() - 1); ++c)
                     pending.data(c) = record.data(c);
         } else {
             m_batch.updatedAt.insert(record, m_batch.updated.size());

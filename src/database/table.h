@@ -26,8 +26,7 @@ class DATABASE_EXPORT Table : public QObject
 {
     Q_OBJECT
 public:
-    Table(const QString& name, const QString& description = QString(),
-          QObject* parent = nullptr);
+    Table(const QString& name, const QString& description = QString(), QObject* parent = nullptr);
     ~Table() override;
 
     // Columns are appended while the table holds no rows; each returns the new column's
@@ -76,8 +75,7 @@ public:
     // A row of the table leaves it.
     void removeRecord(const Record& record);
     // A row of the table takes the values of another row of this layout.
-    void updateRecord(const Record& record, const Record& values, int firstColumn,
-                      int lastColumn);
+    void updateRecord(const Record& record, const Record& values, int firstColumn, int lastColumn);
     // The values a row will have at the end of the open batch.
     Record pendingValues(const Record& record) const;
     // The row with the key of the record given, as the open batch leaves the table: a row

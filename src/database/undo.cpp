@@ -87,8 +87,7 @@ void Update::undo()
     replaceRow(m_table, m_after, m_before);
 }
 
-Transaction::Transaction(Table* table, QUndoCommand* parent)
-    : QUndoCommand(parent), m_table(table)
+Transaction::Transaction(Table* table, QUndoCommand* parent) : QUndoCommand(parent), m_table(table)
 {
 }
 

@@ -31,8 +31,7 @@ private:
 class DATABASE_EXPORT Update : public QUndoCommand
 {
 public:
-    Update(Table* table, const Record& before, const Record& after,
-           QUndoCommand* parent = nullptr);
+    Update(Table* table, const Record& before, const Record& after, QUndoCommand* parent = nullptr);
     void redo() override;
     void undo() override;
 

@@ -23,8 +23,8 @@ struct TestTable
         table.addColumn(QStringLiteral("sec_id"), FieldType::Integer64, 0, false,
                         QStringLiteral("Инструмент"));
         table.setMasterIndex(MasterIndex_Column::create(
-            &table, {QStringLiteral("stock_id"), QStringLiteral("board_id"),
-                     QStringLiteral("sec_id")}));
+            &table,
+            {QStringLiteral("stock_id"), QStringLiteral("board_id"), QStringLiteral("sec_id")}));
         table.addColumn(QStringLiteral("sec_name"), FieldType::String, 40, true,
                         QStringLiteral("Название"));
         table.addColumn(QStringLiteral("price"), FieldType::Decimal, 2, true,

@@ -128,23 +128,28 @@ void TestMasterIndexStruct::fallbacks_data()
     QTest::newRow("nullable column")
         << 30 << true << PlotKey
         << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
-           "MasterIndex_Struct: column can't be nullable 3:'kotir'" << 20;
+           "MasterIndex_Struct: column can't be nullable 3:'kotir'"
+        << 20;
     QTest::newRow("text of another length")
         << 20 << false << PlotKey
         << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
-           "MasterIndex_Struct: incorrect column 2:'profile_type' type length: 60!=40" << 20;
+           "MasterIndex_Struct: incorrect column 2:'profile_type' type length: 60!=40"
+        << 20;
     QTest::newRow("too few columns")
         << 30 << false << QStringList({"stock_id", "sec_id", "profile_type"})
         << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
-           "MasterIndex_Struct: incorrect columns count 4!=3" << 10;
+           "MasterIndex_Struct: incorrect columns count 4!=3"
+        << 10;
     QTest::newRow("wrong type")
         << 30 << false << QStringList({"sec_id", "sec_id", "profile_type", "kotir"})
         << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
-           "MasterIndex_Struct: incorrect column 0:'sec_id' type: int!=int64" << 20;
+           "MasterIndex_Struct: incorrect column 0:'sec_id' type: int!=int64"
+        << 20;
     QTest::newRow("missing column")
         << 30 << false << QStringList({"stock_id", "sec_id", "profile", "kotir"})
         << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
-           "MasterIndex_Struct: incorrect column 2:'profile' type: string!=invalid" << 20;
+           "MasterIndex_Struct: incorrect column 2:'profile' type: string!=invalid"
+        << 20;
 }
 
 void TestMasterIndexStruct::fallbacks()

@@ -34,9 +34,8 @@ public:
     void endUpdate() override { log << QStringLiteral("end"); }
     void dependentBeginUpdate(Table*) override { log << QStringLiteral("depBegin"); }
     void dependentEndUpdate(Table*) override { log << QStringLiteral("depEnd"); }
-    void preprocess(const QList<Record>& removed, const QList<Record>& updated, int first,
-                    int last, const QList<Record>& inserted,
-                    const QList<Record>& replaced) override
+    void preprocess(const QList<Record>& removed, const QList<Record>& updated, int first, int last,
+                    const QList<Record>& inserted, const QList<Record>& replaced) override
     {
         log << QStringLiteral("pre R%1 U%2 %3-%4 I%5")
                    .arg(names(removed), names(updated))
@@ -47,8 +46,8 @@ public:
         if (onPreprocess)
             onPreprocess(removed, updated, inserted, replaced);
     }
-    void process(const QList<Record>& removed, const QList<Record>& updated, int first,
-                 int last, const QList<Record>& inserted) override
+    void process(const QList<Record>& removed, const QList<Record>& updated, int first, int last,
+                 const QList<Record>& inserted) override
     {
         log << QStringLiteral("process R%1 U%2 %3-%4 I%5")
                    .arg(names(removed), names(updated))
@@ -72,8 +71,7 @@ public:
     std::function<void(const QList<Record>&, const QList<Record>&, const QList<Record>&,
                        const QList<Record>&)>
         onPreprocess;
-    std::function<void(const QList<Record>&, const QList<Record>&, const QList<Record>&)>
-        onProcess;
+    std::function<void(const QList<Record>&, const QList<Record>&, const QList<Record>&)> onProcess;
 };
 
 // Rows of one board, ordered by price and then by key.
@@ -168,8 +166,7 @@ void TestTableClass::layoutAndColumns()
     QCOMPARE(other.columnDef(0).type, FieldType::Decimal);
     QCOMPARE(other.columnDef(0).length, 2);
     QCOMPARE(other.columnDef(0).title, QStringLiteral("Цена"));
-    QCOMPARE(other.addColumn(QStringLiteral("price"), FieldType::Integer, 0, false, QString()),
-             -1);
+    QCOMPARE(other.addColumn(QStringLiteral("price"), FieldType::Integer, 0, false, QString()), -1);
 }
 
 void TestTableClass::columnsAfterRowsAreRefused()
@@ -196,10 +193,10 @@ void TestTableClass::fieldReadWrite_data()
                           << "Si-12.26" << 0.0;
     QTest::newRow("decimal rounds to the column scale")
         << int(TestTable::Price) << QVariant::fromValue(decimal(123456, 3)) << "123.46" << 123.46;
-    QTest::newRow("double into decimal") << int(TestTable::Price) << QVariant(0.285) << "0.29"
-                                         << 0.29;
-    QTest::newRow("text into decimal") << int(TestTable::Price) << QVariant(QStringLiteral("7,5"))
-                                       << "7.50" << 7.5;
+    QTest::newRow("double into decimal")
+        << int(TestTable::Price) << QVariant(0.285) << "0.29" << 0.29;
+    QTest::newRow("text into decimal")
+        << int(TestTable::Price) << QVariant(QStringLiteral("7,5")) << "7.50" << 7.5;
     QTest::newRow("double") << int(TestTable::Volat) << QVariant(31.25) << "31.25" << 31.25;
     QTest::newRow("datetime") << int(TestTable::ExpDate)
                               << QVariant::fromValue(datetime(QDate(2030, 3, 15)) + 68400000)
@@ -300,8 +297,8 @@ void TestTableClass::fieldCompare_data()
     QTest::newRow("int") << QVariant(2) << QVariant(10) << -1;
     QTest::newRow("int equal") << QVariant(7) << QVariant(7) << 0;
     QTest::newRow("int vs decimal") << QVariant(3) << QVariant::fromValue(decimal(250, 2)) << 1;
-    QTest::newRow("decimal scales") << QVariant::fromValue(decimal(10, 1))
-                                    << QVariant::fromValue(decimal(100, 2)) << 0;
+    QTest::newRow("decimal scales")
+        << QVariant::fromValue(decimal(10, 1)) << QVariant::fromValue(decimal(100, 2)) << 0;
     QTest::newRow("text by code unit") << QVariant(QStringLiteral("B")) << QVariant("a") << -1;
     QTest::newRow("text prefix") << QVariant(QStringLiteral("ab")) << QVariant("abc") << -1;
     QTest::newRow("null first") << QVariant() << QVariant(-100) << -1;
@@ -421,16 +418,15 @@ void TestTableClass::keyText()
     Table plots(QStringLiteral("plots"));
     plots.addColumn(QStringLiteral("name"), FieldType::String, 30, false, QString());
     plots.addColumn(QStringLiteral("kotir"), FieldType::Decimal, 4, false, QString());
-    plots.setMasterIndex(MasterIndex_Column::create(
-        &plots, {QStringLiteral("name"), QStringLiteral("kotir")}));
+    plots.setMasterIndex(
+        MasterIndex_Column::create(&plots, {QStringLiteral("name"), QStringLiteral("kotir")}));
     Record p(&plots);
     p.data(0) = QStringLiteral("a|b\\c");
     p.data(1) = decimal(-1234567, 4);
     plots.insertRecord(p);
     QCOMPARE(plots.masterIndex()->findRecord(p.toString()), p);
     auto* key = static_cast<MasterIndex_Column*>(plots.masterIndex());
-    QCOMPARE(key->find({QStringLiteral("a|b\\c"), QVariant::fromValue(decimal(-12345670, 5))}),
-             p);
+    QCOMPARE(key->find({QStringLiteral("a|b\\c"), QVariant::fromValue(decimal(-12345670, 5))}), p);
 }
 
 void TestTableClass::batchLog()
@@ -503,9 +499,8 @@ void TestTableClass::nestedBatches()
         QCOMPARE(t.table.rowCount(), 0); // nothing applied before the outer end
         QCOMPARE(index.log, QStringList({"begin"}));
     }
-    QCOMPARE(index.log,
-             QStringList({"begin", "pre R[] U[] -1--1 I[1,2,3]", "process R[] U[] -1--1 I[1,2,3]",
-                          "end"}));
+    QCOMPARE(index.log, QStringList({"begin", "pre R[] U[] -1--1 I[1,2,3]",
+                                     "process R[] U[] -1--1 I[1,2,3]", "end"}));
     QCOMPARE(t.table.rowCount(), 3);
     QCOMPARE(index.count(), 3);
 }
@@ -564,8 +559,8 @@ void TestTableClass::transInsertsAndUpdatesInOneBatch()
             u.data(TestTable::Price) = 1.5;
         }
     }
-    QCOMPARE(index.log, QStringList({"begin", "pre R[] U[1] 4-7 I[3]",
-                                     "process R[] U[1] 4-7 I[3]", "update 1 4-7", "end"}));
+    QCOMPARE(index.log, QStringList({"begin", "pre R[] U[1] 4-7 I[3]", "process R[] U[1] 4-7 I[3]",
+                                     "update 1 4-7", "end"}));
     const Record one = t.find(1);
     QCOMPARE(one.data(TestTable::Lot).toInteger(), 5);
     QCOMPARE(one.data(TestTable::Price).toDouble(), 1.5);
@@ -585,8 +580,8 @@ void TestTableClass::insertOfExistingKeyUpdates()
         t.table.insertRecord(t.make(6, 3.0));
         t.table.insertRecord(t.make(6, 4.0)); // the later of two new rows with one key counts
     }
-    QCOMPARE(index.log, QStringList({"begin", "pre R[] U[5] 0-7 I[6]",
-                                     "process R[] U[5] 0-7 I[6]", "update 5 0-7", "end"}));
+    QCOMPARE(index.log, QStringList({"begin", "pre R[] U[5] 0-7 I[6]", "process R[] U[5] 0-7 I[6]",
+                                     "update 5 0-7", "end"}));
     QCOMPARE(t.table.rowCount(), 2);
     QVERIFY(original.inTable());
     QCOMPARE(original.data(TestTable::Price).toDouble(), 2.0);
@@ -653,8 +648,8 @@ void TestTableClass::singleUpdateAndDependents()
         r.data(TestTable::Lot) = 2;
         t.table.updated(r, TestTable::Lot, TestTable::Lot, -1);
     }
-    QCOMPARE(index.log, QStringList({"begin", "pre R[] U[1] 7-7 I[]",
-                                     "process R[] U[1] 7-7 I[]", "update 1 7-7", "end"}));
+    QCOMPARE(index.log, QStringList({"begin", "pre R[] U[1] 7-7 I[]", "process R[] U[1] 7-7 I[]",
+                                     "update 1 7-7", "end"}));
     QCOMPARE(dependent.log, QStringList({"depBegin", "depEnd"}));
 
     // An index that goes away is no longer called.
@@ -677,10 +672,10 @@ void TestTableClass::changesDuringProcessFollowAsNextBatch()
         }
     };
     t.insert(1);
-    QCOMPARE(index.log,
-             QStringList({"begin", "pre R[] U[] -1--1 I[1]", "process R[] U[] -1--1 I[1]", "end",
-                          "begin", "pre R[] U[] -1--1 I[100]", "process R[] U[] -1--1 I[100]",
-                          "end"}));
+    QCOMPARE(
+        index.log,
+        QStringList({"begin", "pre R[] U[] -1--1 I[1]", "process R[] U[] -1--1 I[1]", "end",
+                     "begin", "pre R[] U[] -1--1 I[100]", "process R[] U[] -1--1 I[100]", "end"}));
     QCOMPARE(index.count(), 2);
 }
 
@@ -931,8 +926,7 @@ void TestTableClass::recordInVariantAndQueuedSignal()
     QThread worker;
     receiver.moveToThread(&worker);
     worker.start();
-    connect(&sender, &RecordSender::send, &receiver, &RecordReceiver::take,
-            Qt::QueuedConnection);
+    connect(&sender, &RecordSender::send, &receiver, &RecordReceiver::take, Qt::QueuedConnection);
     emit sender.send(r);
     QTRY_VERIFY(!receiver.received.isNull());
     worker.quit();
