@@ -27,30 +27,26 @@ struct NullType
 // What a key type requires of its column, and how two raw cells of it compare.
 template <class T> struct Key;
 
-template <> struct Key<int>
+// A signed integer cell.
+template <typename Int, int Type> struct IntegerKey
 {
-    static constexpr int type = FieldType::Integer;
-    static constexpr int width = 4;
+    static constexpr int type = Type;
+    static constexpr int width = sizeof(Int);
     static int compare(const unsigned char* a, const unsigned char* b)
     {
-        qint32 x, y;
-        std::memcpy(&x, a, 4);
-        std::memcpy(&y, b, 4);
+        Int x, y;
+        std::memcpy(&x, a, sizeof(Int));
+        std::memcpy(&y, b, sizeof(Int));
         return x < y ? -1 : (x > y ? 1 : 0);
     }
 };
 
-template <> struct Key<__int64>
+template <> struct Key<int> : IntegerKey<qint32, FieldType::Integer>
 {
-    static constexpr int type = FieldType::Integer64;
-    static constexpr int width = 8;
-    static int compare(const unsigned char* a, const unsigned char* b)
-    {
-        qint64 x, y;
-        std::memcpy(&x, a, 8);
-        std::memcpy(&y, b, 8);
-        return x < y ? -1 : (x > y ? 1 : 0);
-    }
+};
+
+template <> struct Key<__int64> : IntegerKey<qint64, FieldType::Integer64>
+{
 };
 
 template <int N> struct Key<ucharn<N>>
