@@ -41,6 +41,48 @@ inline double cdf(double x)
     return r;
 }
 
+// The Mills ratio N(-z) / phi(z) for z >= 0, rational approximations (fitted for this
+// library) with relative error below 1e-15. With it a valuation needs one exp for the
+// density and none for the two probabilities: N(-z) = phi(z) M(z), N(z) = 1 - phi(z) M(z).
+inline double mills(double z)
+{
+    if (z < 8.0) {
+        const double p =
+            1.2533141373155002529 +
+            z * (1.6092442648978692779 +
+                 z * (1.0359347921326625157 +
+                      z * (0.41872158676426153273 +
+                           z * (0.11456705152658127011 +
+                                z * (0.021581561203202335585 +
+                                     z * (0.0027291542905440579963 +
+                                          z * (0.00021233057036157433552 +
+                                               z * (7.8341266065397992855e-6 +
+                                                    z * -2.5976890944465530453e-14))))))));
+        const double q =
+            1.0 + z * (2.081875714325432002 +
+                       z * (1.9876528666118647538 +
+                            z * (1.1450326869643139115 +
+                                 z * (0.43988758081626794425 +
+                                      z * (0.11727977815922793478 +
+                                           z * (0.021793942452592858157 +
+                                                z * (0.0027369858174227385974 +
+                                                     z * (0.00021233066650893501394 +
+                                                          z * 7.8341243261488587453e-6))))))));
+        return p / q;
+    }
+    // z M(z) as a function of 1/z², which tends to 1.
+    const double w = 1.0 / z, u = w * w;
+    const double p =
+        0.99999999999999996881 +
+        u * (31.224793270089378277 +
+             u * (273.07963003985136772 + u * (677.90723674445034616 + u * 229.69385940378782208)));
+    const double q =
+        1.0 +
+        u * (32.224793270089016274 +
+             u * (302.30442331062939883 + u * (898.53727973746632863 + u * 599.68995822746457914)));
+    return w * p / q;
+}
+
 inline bool isPositiveFinite(double v)
 {
     return v > 0.0 && v <= DBL_MAX;
@@ -76,13 +118,20 @@ double finiteOrLimit(double v)
 struct OtmCall
 {
     double x;
-    double ex;    // e^(x/2), the limit of b
-    double exInv; // e^(-x/2)
+    double ex; // e^(x/2), the limit of b
 
-    double price(double d1, double d2) const { return ex * cdf(d1) - exInv * cdf(d2); }
-    // e^(x/2) - b(v), summed from its two positive parts so that it keeps its digits
-    // where b is near its limit.
-    double gap(double d1, double d2) const { return ex * cdf(-d1) + exInv * cdf(d2); }
+    // With phi0 = e^(x/2) phi(d1) = e^(-x/2) phi(d2), the normalized vega, and d2 < 0:
+    //   b = phi0 (M(-d1) - M(-d2)) for d1 <= 0,  e^(x/2) - b = phi0 (M(d1) + M(-d2)) above.
+    double price(double d1, double d2, double phi0) const
+    {
+        return d1 <= 0.0 ? phi0 * (mills(-d1) - mills(-d2)) : ex - phi0 * (mills(d1) + mills(-d2));
+    }
+    // e^(x/2) - b, from its two positive parts so that it keeps its digits where b is near
+    // its limit.
+    double gap(double d1, double d2, double phi0) const
+    {
+        return d1 > 0.0 ? phi0 * (mills(d1) + mills(-d2)) : ex - phi0 * (mills(-d1) - mills(-d2));
+    }
 };
 
 enum class Region { Lower, Middle, Upper };
@@ -113,9 +162,9 @@ double upperGuess(double x, double logGap, double vc)
 double otmStdDev(const OtmCall& o, double beta, double vTol, double betaTol)
 {
     const double vc = std::sqrt(-2.0 * o.x);
-    // There d1 = 0, d2 = -vc, b'' = 0.
-    const double bc = vc > 0.0 ? 0.5 * o.ex - o.exInv * cdf(-vc) : 0.0;
+    // There d1 = 0, d2 = -vc, b'' = 0 and the normalized vega is e^(x/2) / sqrt(2 pi).
     const double vegaC = InvSqrt2Pi * o.ex;
+    const double bc = vc > 0.0 ? 0.5 * o.ex - vegaC * mills(vc) : 0.0;
 
     Region region;
     double v, lo, hi;
@@ -153,46 +202,51 @@ double otmStdDev(const OtmCall& o, double beta, double vTol, double betaTol)
         }
     }
 
+    // Divisions sit on the critical path of every step: each is taken once.
     double lastStep = 0.0; // the previous Halley step, 0 when there was none
     for (int i = 0; i < 100; ++i) {
-        const double h = o.x / v, t = 0.5 * v;
+        const double inv = 1.0 / v;
+        const double h = o.x * inv, t = 0.5 * v;
         const double d1 = h + t, d2 = h - t;
         const double vega = InvSqrt2Pi * std::exp(-0.5 * (h * h + t * t));
-        const double curvature = d1 * d2 / v; // b'' / b'
+        const double curvature = d1 * d2 * inv; // b'' / b'
         double f, slope, bend, priceErr;
         bool below; // the root lies above v
         if (region == Region::Middle) {
-            const double b = o.price(d1, d2);
+            const double b = o.price(d1, d2, vega);
             f = b - target;
             slope = vega;
             bend = curvature;
             priceErr = std::fabs(f);
             below = f < 0.0;
         } else if (region == Region::Lower) {
-            const double b = o.price(d1, d2);
+            const double b = o.price(d1, d2, vega);
             if (!(b > 0.0)) {
                 lo = v;
                 v = 0.5 * (lo + hi);
+                lastStep = 0.0;
                 continue;
             }
             const double q = vega / b;
-            const double l = -std::log(b);
-            const double g = 1.0 / std::sqrt(l);
+            const double invL = -1.0 / std::log(b);
+            const double g = std::sqrt(invL);
             f = g - target;
-            slope = 0.5 * q * g / l;
-            bend = 1.5 * q / l + curvature - q;
+            slope = 0.5 * q * g * invL;
+            bend = 1.5 * q * invL + curvature - q;
             priceErr = std::fabs(b - beta);
             below = f < 0.0;
         } else {
-            const double g = o.gap(d1, d2);
+            const double g = o.gap(d1, d2, vega);
             if (!(g > 0.0)) {
                 hi = v;
                 v = 0.5 * (lo + hi);
+                lastStep = 0.0;
                 continue;
             }
+            const double q = vega / g;
             f = std::log(g) - target;
-            slope = -vega / g;
-            bend = curvature + vega / g;
+            slope = -q;
+            bend = curvature + q;
             priceErr = std::fabs(g - (o.ex - beta));
             below = f > 0.0;
         }
@@ -203,19 +257,23 @@ double otmStdDev(const OtmCall& o, double beta, double vTol, double betaTol)
         else
             hi = v;
 
-        const double newton = -f / slope;
-        const double halley = 1.0 + 0.5 * newton * bend;
-        const double step = halley > 0.5 ? newton / halley : newton;
+        // Halley: -2 f f' / (2 f'^2 - f f''), Newton's step where the correction would more
+        // than double it.
+        const double denom = 2.0 * slope - f * bend;
+        const double step =
+            (slope > 0.0 ? denom > slope : denom < slope) ? -2.0 * f / denom : -f / slope;
         const double size = std::fabs(step);
         // Halley's error shrinks with the cube of the previous one, so two steps in a row
-        // tell what is left after this one: no evaluation is needed to confirm it.
-        const double ratio = lastStep > 0.0 ? size / lastStep : 1.0;
-        const double left = size * ratio * ratio * ratio;
+        // tell what is left after this one, size^4 / lastStep^3, with no evaluation to
+        // confirm it.
+        const double last3 = lastStep * lastStep * lastStep;
+        const double size4 = size * size * size * size;
         // Done when both accuracies are met (now or, by that estimate, after this step), or
         // when the steps stop shrinking: then they only chase the rounding noise of the price.
         if (size <= 4.0 * DBL_EPSILON * v || (size <= vTol && priceErr <= betaTol) ||
-            (ratio < 0.01 && left <= 0.1 * vTol && vega * left <= 0.1 * betaTol) ||
-            (lastStep > 0.0 && ratio > 0.5 && size < 1e-9 * v))
+            (size < 0.01 * lastStep && size4 <= 0.1 * vTol * last3 &&
+             vega * size4 <= 0.1 * betaTol * last3) ||
+            (size > 0.5 * lastStep && lastStep > 0.0 && size < 1e-9 * v))
             return std::min(std::max(v + step, lo), hi);
         const double next = v + step;
         if (next > lo && next < hi) {
@@ -286,22 +344,47 @@ void calcVolatParams(VolatOutputParams& out, const VolatInputParams& in, double 
     const double pdf = std::fabs(d1) < 38.5 ? InvSqrt2Pi * std::exp(-0.5 * d1 * d1) : 0.0;
     // Price the out-of-the-money side directly and the other by parity: a small price
     // keeps its relative precision, and the in-the-money one is exactly intrinsic + it.
+    // Both probabilities come from the Mills ratio and the one density, with
+    // K phi(d2) = F phi(d1); that identity is only trusted while F/K is within e^±300.
+    const double fPdf = f * pdf;
     if (x < 0.0) {
-        const double n1 = cdf(d1);
-        const double call = std::max(f * n1 - k * cdf(d2), 0.0);
+        double call, n1;
+        if (x < -300.0) {
+            n1 = cdf(d1);
+            call = f * n1 - k * cdf(d2);
+        } else if (d1 <= 0.0) { // d2 < d1 <= 0
+            n1 = pdf * mills(-d1);
+            call = fPdf * (mills(-d1) - mills(-d2));
+        } else {
+            const double m1 = mills(d1);
+            n1 = 1.0 - pdf * m1;
+            call = f - fPdf * (m1 + mills(-d2));
+        }
+        call = std::max(call, 0.0);
         out.callPrice = call;
         out.putPrice = call + (k - f);
         out.callDelta = n1;
         out.putDelta = n1 - 1.0;
     } else {
-        const double m1 = cdf(-d1);
-        const double put = std::max(k * cdf(-d2) - f * m1, 0.0);
+        double put, m1; // N(-d1); d1 > 0 here
+        if (x > 300.0) {
+            m1 = cdf(-d1);
+            put = k * cdf(-d2) - f * m1;
+        } else if (d2 >= 0.0) {
+            const double r1 = mills(d1);
+            m1 = pdf * r1;
+            put = fPdf * (mills(d2) - r1);
+        } else {
+            const double r1 = mills(d1);
+            m1 = pdf * r1;
+            put = k - fPdf * (r1 + mills(-d2));
+        }
+        put = std::max(put, 0.0);
         out.putPrice = put;
         out.callPrice = put + (f - k);
         out.callDelta = 1.0 - m1;
         out.putDelta = -m1;
     }
-    const double fPdf = f * pdf;
     out.gamma = pdf / (f * v);
     out.vega = 0.01 * fPdf * st;
     out.theta = -fPdf * sigma / (730.0 * st);
@@ -355,10 +438,9 @@ double volatByTheorPrice(const VolatInputParams& in, bool isPut, double theorPri
     OtmCall o;
     o.x = std::log(ratio);
     o.ex = std::sqrt(ratio);
-    o.exInv = 1.0 / o.ex;
     const double scale = b * o.ex; // sqrt(ab) without overflow
     const double beta = otmPrice / scale;
-    if (!(std::isfinite(o.x) && std::isfinite(o.exInv) && beta > 0.0))
+    if (!(std::isfinite(o.x) && o.ex > 0.0 && beta > 0.0))
         return std::isfinite(startVolatility) ? clampVol(startVolatility) : lowVol;
     if (!(beta < o.ex))
         return highVol;

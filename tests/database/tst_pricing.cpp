@@ -89,6 +89,7 @@ private slots:
     void smileDegenerateInputs();
     void parityAndBounds_data();
     void parityAndBounds();
+    void smallPricesKeepRelativePrecision();
     void monotoneInVolatility_data();
     void monotoneInVolatility();
     void greeksMatchDifferences_data();
@@ -236,6 +237,43 @@ void TestPricing::parityAndBounds()
         QVERIFY(out.vega >= 0.0);
         QVERIFY(out.theta <= 0.0);
     }
+}
+
+// Out of the money the price is what the trader sees of a far strike and what the implied
+// volatility is solved from: it must not be a difference of near-equal large numbers.
+void TestPricing::smallPricesKeepRelativePrecision()
+{
+    const auto cdf = [](long double x) { return 0.5L * std::erfc(-x / std::sqrt(2.0L)); };
+    double worst = 0.0;
+    QString worstAt;
+    for (double m : {0.3, 0.6, 0.9, 0.99, 1.01, 1.1, 1.5, 3.0}) {
+        for (double vol = 1.0; vol <= 300.0; vol *= 1.9) {
+            for (double years = Hour; years <= 3.0; years *= 2.7) {
+                const double f = 100.0, k = f * m;
+                const VolatInputParams in = option(f, k, years);
+                const VolatOutputParams out = value(in, vol);
+                const long double v = vol / 100.0L * in.sqrtTime;
+                const long double d1 = std::log(static_cast<long double>(f) / k) / v + v / 2;
+                const long double d2 = d1 - v;
+                const long double exact =
+                    k >= f ? f * cdf(d1) - k * cdf(d2) : k * cdf(-d2) - f * cdf(-d1);
+                if (exact < 1e-290L)
+                    continue;
+                // The rounding of d1 costs about d1² ulps; subtracting N(d2) from N(d1)
+                // about |d2| / v.
+                const double allowed =
+                    1e-14 * (1.0 + static_cast<double>(d1 * d1 + std::fabs(d2) / v));
+                const double got = k >= f ? out.callPrice : out.putPrice;
+                const double err = static_cast<double>(std::fabs((got - exact) / exact));
+                if (err / allowed > worst) {
+                    worst = err / allowed;
+                    worstAt =
+                        QString("K/F %1, %2 %, %3 years: %4").arg(m).arg(vol).arg(years).arg(err);
+                }
+            }
+        }
+    }
+    QVERIFY2(worst <= 1.0, qPrintable(worstAt));
 }
 
 void TestPricing::monotoneInVolatility_data()
