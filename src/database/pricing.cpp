@@ -263,15 +263,15 @@ double otmStdDev(const OtmCall& o, double beta, double vTol, double betaTol)
         const double step =
             (slope > 0.0 ? denom > slope : denom < slope) ? -2.0 * f / denom : -f / slope;
         const double size = std::fabs(step);
-        // Halley's error shrinks with the cube of the previous one, so two steps in a row
-        // tell what is left after this one, size^4 / lastStep^3, with no evaluation to
-        // confirm it.
+        // Close to the root Halley's error shrinks with the cube of the previous one, so two
+        // steps in a row tell what is left after this one, size^4 / lastStep^3, with no
+        // evaluation to confirm it.
         const double last3 = lastStep * lastStep * lastStep;
         const double size4 = size * size * size * size;
         // Done when both accuracies are met (now or, by that estimate, after this step), or
         // when the steps stop shrinking: then they only chase the rounding noise of the price.
         if (size <= 4.0 * DBL_EPSILON * v || (size <= vTol && priceErr <= betaTol) ||
-            (size < 0.01 * lastStep && size4 <= 0.1 * vTol * last3 &&
+            (size < 0.01 * lastStep && size < 1e-3 * v && size4 <= 0.1 * vTol * last3 &&
              vega * size4 <= 0.1 * betaTol * last3) ||
             (size > 0.5 * lastStep && lastStep > 0.0 && size < 1e-9 * v))
             return std::min(std::max(v + step, lo), hi);
