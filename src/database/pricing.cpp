@@ -440,8 +440,10 @@ double volatByTheorPrice(const VolatInputParams& in, bool isPut, double theorPri
     o.ex = std::sqrt(ratio);
     const double scale = b * o.ex; // sqrt(ab) without overflow
     const double beta = otmPrice / scale;
-    if (!(std::isfinite(o.x) && o.ex > 0.0 && beta > 0.0))
+    if (!(std::isfinite(o.x) && o.ex > 0.0))
         return std::isfinite(startVolatility) ? clampVol(startVolatility) : lowVol;
+    if (!(beta > 0.0)) // below what the normalized price can hold
+        return lowVol;
     if (!(beta < o.ex))
         return highVol;
 
