@@ -197,15 +197,6 @@ public:
         return out;
     }
 
-    // Bytes held besides the elements' own heap data, for memory accounting.
-    size_t capacityBytes() const
-    {
-        size_t bytes = m_blocks.capacity() * sizeof(void*) + m_starts.capacity() * sizeof(int);
-        for (auto* b : m_blocks)
-            bytes += sizeof(std::vector<T>) + b->capacity() * sizeof(T);
-        return bytes;
-    }
-
 private:
     int blockOf(int i) const
     {

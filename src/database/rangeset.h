@@ -38,14 +38,6 @@ public:
     bool isEmpty() const { return m_ranges.isEmpty(); }
     void clear() { m_ranges.clear(); }
     int rangeCount() const { return m_ranges.size(); }
-    // Number of values in all ranges.
-    long long valueCount() const
-    {
-        long long n = 0;
-        for (const Range& r : m_ranges)
-            n += (long long)(r.second - r.first) + 1;
-        return n;
-    }
     const QVector<Range>& ranges() const { return m_ranges; }
     typename QVector<Range>::const_iterator begin() const { return m_ranges.begin(); }
     typename QVector<Range>::const_iterator end() const { return m_ranges.end(); }
