@@ -3,6 +3,8 @@
 #include "masterindexcolumnpure.h"
 #include "table.h"
 
+#include <QtMath>
+
 MasterIndex::MasterIndex(Table* table) : IndexSort(table) {}
 
 MasterIndex::~MasterIndex() = default;
@@ -28,8 +30,56 @@ Record MasterIndex::findByKey(const Record& key) const
 {
     if (key.isNull())
         return Record();
+    const Record cached = cachedRow(key);
+    if (!cached.isNull())
+        return cached;
     const int pos = search(key, -1);
-    return pos >= 0 ? m_records.at(pos) : Record();
+    if (pos < 0)
+        return Record();
+    const Record row = m_records.at(pos);
+    cacheRow(key, row);
+    return row;
+}
+
+int MasterIndex::slotOf(const Record& row) const
+{
+    // Integer keys hash to themselves: mix the bits before the low ones pick the slot.
+    uint h = m_keyHash(this, row.rowBlock());
+    h ^= h >> 16;
+    h *= 0x45d9f3bu;
+    h ^= h >> 16;
+    return int(h & uint(m_lookup.size() - 1));
+}
+
+Record MasterIndex::cachedRow(const Record& key) const
+{
+    if (!m_keyHash || m_lookup.isEmpty() || key.table() != table())
+        return Record();
+    const Record& row = m_lookup.at(slotOf(key));
+    if (row.isNull() || !row.inTable() || !isTableKey() || compare(row, key) != 0)
+        return Record();
+    return row;
+}
+
+void MasterIndex::cacheRow(const Record& key, const Record& row) const
+{
+    if (!m_keyHash || key.table() != table() || !isTableKey())
+        return;
+    const int wanted = m_records.count() * 2;
+    if (m_lookup.size() < wanted) {
+        m_lookup.clear();
+        m_lookup.resize(int(qNextPowerOfTwo(quint32(qMax(64, wanted)))));
+    }
+    m_lookup[slotOf(key)] = row;
+}
+
+void MasterIndex::forgetRow(const Record& row)
+{
+    if (!m_keyHash || m_lookup.isEmpty())
+        return;
+    Record& slot = m_lookup[slotOf(row)];
+    if (slot == row)
+        slot = Record();
 }
 
 Record MasterIndex::findRecord(const QString& key) const
@@ -59,6 +109,7 @@ bool MasterIndex::removeRow(const Record& record)
         pos = findByPointer(record);
     if (pos < 0)
         return false;
+    forgetRow(record);
     m_records.removeAt(pos);
     return true;
 }
@@ -67,4 +118,5 @@ void MasterIndex::takeRows(PartitionList<Record>& into)
 {
     into = m_records;
     m_records.clear();
+    m_lookup.clear();
 }

@@ -2,6 +2,8 @@
 
 #include "indexsort.h"
 
+#include <QVector>
+
 // An IndexSort that is, or can be, a table's key: no two of its rows compare equal.
 // As a table's key it holds every row of the table.
 class DATABASE_EXPORT MasterIndex : public IndexSort
@@ -26,8 +28,25 @@ public:
         return orderDependsOn(firstColumn, lastColumn);
     }
 
+protected:
+    // A hash of a row's key, given the row block; equal keys must hash equally. An index
+    // that sets one gets a cache in front of the binary search of findByKey().
+    using KeyHash = uint (*)(const MasterIndex* index, const unsigned char* row);
+    void setKeyHash(KeyHash hash) { m_keyHash = hash; }
+
 private:
     friend class Table;
+    int slotOf(const Record& row) const;
+    Record cachedRow(const Record& key) const;
+    void cacheRow(const Record& key, const Record& row) const;
+    void forgetRow(const Record& row);
+
+    KeyHash m_keyHash = nullptr;
+    // Rows found by key, one per slot at their key's hash. A slot is checked against the
+    // key before use, so it never needs to follow the list: a row removed or rekeyed since
+    // simply misses. Filled by lookups, so not for concurrent use, like the table itself.
+    mutable QVector<Record> m_lookup;
+
     // The table keeps its rows here and changes them directly, without notifications.
     int insertRow(const Record& record);
     bool removeRow(const Record& record);

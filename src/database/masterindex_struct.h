@@ -39,6 +39,12 @@ template <typename Int, int Type> struct IntegerKey
         std::memcpy(&y, b, sizeof(Int));
         return x < y ? -1 : (x > y ? 1 : 0);
     }
+    static uint hash(const unsigned char* a)
+    {
+        Int x;
+        std::memcpy(&x, a, sizeof(Int));
+        return ::qHash(x);
+    }
 };
 
 template <> struct Key<int> : IntegerKey<qint32, FieldType::Integer>
@@ -64,6 +70,7 @@ template <int N> struct Key<ucharn<N>>
         }
         return 0;
     }
+    static uint hash(const unsigned char* a) { return qHashBits(a, 2 * N); }
 };
 
 template <> struct Key<decimal>
@@ -76,6 +83,13 @@ template <> struct Key<decimal>
         std::memcpy(&x, a, 8);
         std::memcpy(&y, b, 8);
         return decimal::fromRaw(x).compare(decimal::fromRaw(y));
+    }
+    // Equal values of different scales compare equal, so they must hash by value.
+    static uint hash(const unsigned char* a)
+    {
+        qint64 x;
+        std::memcpy(&x, a, 8);
+        return ::qHash(decimal::fromRaw(x).toDouble());
     }
 };
 
@@ -119,6 +133,7 @@ public:
                                                     MasterIndex_Helper::Key<T1>::type,
                                                     MasterIndex_Helper::Key<T1>::width))
     {
+        this->setKeyHash(&MasterIndex_Struct::hashOf);
     }
 
     static MasterIndex* create(Table* table, const QStringList& columns)
@@ -137,6 +152,14 @@ protected:
         const int r = MasterIndex_Helper::Key<T1>::compare(a + m_offset, b + m_offset);
         return r != 0 ? r : Base::compareRows(a, b);
     }
+    uint hashRow(const unsigned char* row) const
+    {
+        return MasterIndex_Helper::Key<T1>::hash(row + m_offset) * 31u + Base::hashRow(row);
+    }
+    static uint hashOf(const MasterIndex* index, const unsigned char* row)
+    {
+        return static_cast<const MasterIndex_Struct*>(index)->hashRow(row);
+    }
 
 private:
     int m_offset;
@@ -153,6 +176,7 @@ public:
     MasterIndex_Struct(Table* table, const QStringList& columns, int position = 0)
         : MasterIndex_Column(table, columns), m_offset(verifiedOffset(table, columns, position))
     {
+        setKeyHash(&MasterIndex_Struct::hashOf);
     }
 
     static MasterIndex* create(Table* table, const QStringList& columns)
@@ -170,6 +194,14 @@ protected:
     int compareRows(const unsigned char* a, const unsigned char* b) const
     {
         return MasterIndex_Helper::Key<T1>::compare(a + m_offset, b + m_offset);
+    }
+    uint hashRow(const unsigned char* row) const
+    {
+        return MasterIndex_Helper::Key<T1>::hash(row + m_offset);
+    }
+    static uint hashOf(const MasterIndex* index, const unsigned char* row)
+    {
+        return static_cast<const MasterIndex_Struct*>(index)->hashRow(row);
     }
 
 private:

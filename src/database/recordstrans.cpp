@@ -38,7 +38,7 @@ RecordsTrans::Update& RecordsTrans::updateOf(const Record& row)
 void RecordsTrans::addInsert(const Record& record)
 {
     if (!m_insertSet.contains(record)) {
-        m_insertSet.insert(record);
+        m_insertSet.insert(record, 0);
         m_inserts.append(record);
     }
 }
@@ -50,7 +50,7 @@ void RecordsTrans::remove(const Record& record)
     if (m_insertSet.remove(record))
         m_inserts.removeAll(record);
     if (record.inTable() && !m_removeSet.contains(record)) {
-        m_removeSet.insert(record);
+        m_removeSet.insert(record, 0);
         m_removes.append(record);
     }
 }

@@ -2,9 +2,8 @@
 
 #include "database_global.h"
 #include "record.h"
+#include "rowmap.h"
 
-#include <QHash>
-#include <QSet>
 #include <QVector>
 
 class Table;
@@ -44,9 +43,9 @@ private:
 
     Table* m_table;
     QVector<Update> m_updates;
-    QHash<Record, int> m_updateAt;
+    RowMap m_updateAt;
     QVector<Record> m_inserts;
-    QSet<Record> m_insertSet;
+    RowMap m_insertSet;
     QVector<Record> m_removes;
-    QSet<Record> m_removeSet;
+    RowMap m_removeSet;
 };

@@ -286,7 +286,7 @@ void Table::insertRecord(const Record& record)
     beginUpdate();
     if (!m_batch.insertedSet.contains(record)) {
         m_batch.inserted.append(record);
-        m_batch.insertedSet.insert(record);
+        m_batch.insertedSet.insert(record, 0);
     }
     endUpdate();
 }
@@ -299,9 +299,10 @@ void Table::removeUpdate(Batch& batch, const Record& record)
     batch.updated.removeAt(at);
     batch.replaced.removeAt(at);
     batch.updatedAt.remove(record);
-    for (auto it = batch.updatedAt.begin(); it != batch.updatedAt.end(); ++it)
-        if (it.value() > at)
-            --it.value();
+    batch.updatedAt.forEachValue([at](int& position) {
+        if (position > at)
+            --position;
+    });
 }
 
 void Table::removeRecord(const Record& record)
@@ -314,7 +315,7 @@ void Table::removeRecord(const Record& record)
     } else if (record.inTable() && !m_batch.removedSet.contains(record)) {
         removeUpdate(m_batch, record);
         m_batch.removed.append(record);
-        m_batch.removedSet.insert(record);
+        m_batch.removedSet.insert(record, 0);
     }
     endUpdate();
 }
@@ -384,7 +385,7 @@ void Table::clear()
         for (const Record& r : m_master->records()) {
             if (!m_batch.removedSet.contains(r)) {
                 m_batch.removed.append(r);
-                m_batch.removedSet.insert(r);
+                m_batch.removedSet.insert(r, 0);
             }
         }
     }

@@ -4,6 +4,7 @@
 #include "database_global.h"
 #include "field.h"
 #include "record.h"
+#include "rowmap.h"
 
 #include <QHash>
 #include <QList>
@@ -100,12 +101,12 @@ private:
     struct Batch
     {
         QList<Record> removed;
-        QSet<Record> removedSet;
+        RowMap removedSet;
         QList<Record> updated;
         QList<Record> replaced;
-        QHash<Record, int> updatedAt; // position in updated
+        RowMap updatedAt; // position in updated
         QList<Record> inserted;
-        QSet<Record> insertedSet;
+        RowMap insertedSet;
         int firstColumn = -1;
         int lastColumn = -1;
         bool isEmpty() const

@@ -52,6 +52,7 @@ private slots:
     void fallbacks();
     void lastColumnDecides();
     void textOrdersByCodeUnit();
+    void findByKeyFollowsEveryChange();
 };
 
 void TestMasterIndexStruct::ordersAsTheGeneralKey()
@@ -228,6 +229,86 @@ void TestMasterIndexStruct::textOrdersByCodeUnit()
     for (const Record& r : t->masterIndex()->records())
         order << r.data(2).toString();
     QCOMPARE(order, QStringList({"", "B", "a", "ab", "Я", "ё"}));
+}
+
+// Look-ups by key go through a cache of rows found before; whatever happened to those rows
+// since (removed, rekeyed in place or in a batch, replaced by a new row with the same key,
+// the table cleared), the answer must be the one a scan of the table gives.
+void TestMasterIndexStruct::findByKeyFollowsEveryChange()
+{
+    auto t = positionsTable();
+    t->setMasterIndex(PositionIndex::create(t.get(), PositionKey));
+    QCOMPARE(t->masterIndex()->getClassName(), QStringLiteral("MasterIndex_Struct"));
+    const int secIds = 40;
+    auto keyOf = [&](int board, qint64 secId) {
+        Record k(t.get());
+        k.data(0) = 1;
+        k.data(1) = board;
+        k.data(2) = static_cast<long long>(secId);
+        return k;
+    };
+    auto scan = [&](int board, qint64 secId) {
+        for (const Record& r : t->masterIndex()->records())
+            if (r.data(1).toInteger() == board && r.data(2).toInteger64() == secId)
+                return r;
+        return Record();
+    };
+    QRandomGenerator rng(2024);
+    for (int step = 0; step < 3000; ++step) {
+        const int board = rng.bounded(2) ? 1 : 14;
+        const qint64 secId = rng.bounded(secIds);
+        const Record row = scan(board, secId);
+        switch (rng.bounded(6)) {
+        case 0: // a new row, or new values for the row of that key
+            t->insertRecord(keyOf(board, secId));
+            break;
+        case 1:
+            if (!row.isNull())
+                t->removeRecord(row);
+            break;
+        case 2: // the key rewritten in place, when the new key is free
+            if (!row.isNull()) {
+                const qint64 to = rng.bounded(secIds);
+                if (scan(board, to).isNull()) {
+                    Record r = row;
+                    r.data(2) = static_cast<long long>(to);
+                    t->updated(r, 2, 2);
+                }
+            }
+            break;
+        case 3: // the key changed through a transaction
+            if (!row.isNull()) {
+                const qint64 to = rng.bounded(secIds);
+                if (scan(board, to).isNull()) {
+                    RecordsTrans trans(t.get());
+                    RecordUpdater(row, trans).data(2) = static_cast<long long>(to);
+                }
+            }
+            break;
+        case 4: // removed and another row with the same key inserted in one batch
+            if (!row.isNull()) {
+                TableUpdater batch(t.get());
+                t->removeRecord(row);
+                t->insertRecord(keyOf(board, secId));
+            }
+            break;
+        default:
+            if (rng.bounded(50) == 0)
+                t->clear();
+            break;
+        }
+        for (int probe = 0; probe < 4; ++probe) {
+            const int b = rng.bounded(2) ? 1 : 14;
+            const qint64 s = rng.bounded(secIds);
+            const Record expected = scan(b, s);
+            const Record found = t->masterIndex()->findByKey(keyOf(b, s));
+            QVERIFY2(found == expected, qPrintable(QStringLiteral("step %1 key %2/%3")
+                                                       .arg(step)
+                                                       .arg(b)
+                                                       .arg(s)));
+            QVERIFY(found == t->masterIndex()->findByKey(keyOf(b, s)));
+        }
+    }
 }
 
 QTEST_GUILESS_MAIN(TestMasterIndexStruct)

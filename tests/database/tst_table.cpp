@@ -3,6 +3,7 @@
 #include "database/fieldvalue.h"
 #include "database/indexdepend.h"
 #include "database/indexsort.h"
+#include "database/rowmap.h"
 #include "database/tablelocker.h"
 
 #include <QRandomGenerator>
@@ -129,6 +130,7 @@ private slots:
     void rangeSet_data();
     void rangeSet();
     void partitionListAgainstVector();
+    void rowMapAgainstHash();
     void recordInVariantAndQueuedSignal();
 };
 
@@ -858,6 +860,47 @@ void TestTableClass::rangeSet()
         QCOMPARE(random.contains(v), present[v]);
     for (int i = 1; i < random.ranges().size(); ++i)
         QVERIFY(random.ranges()[i - 1].second + 1 < random.ranges()[i].first);
+}
+
+// The batch bookkeeping's open-addressing map: random inserts and removals, many of them
+// in long probe clusters, against QHash.
+void TestTableClass::rowMapAgainstHash()
+{
+    TestTable t;
+    std::vector<Record> rows;
+    for (int i = 0; i < 300; ++i)
+        rows.push_back(Record(&t.table));
+    RowMap map;
+    QHash<Record, int> ref;
+    QRandomGenerator rng(5);
+    for (int step = 0; step < 20000; ++step) {
+        const Record& r = rows[size_t(rng.bounded(int(rows.size())))];
+        switch (rng.bounded(3)) {
+        case 0:
+        case 1:
+            map.insert(r, step);
+            ref.insert(r, step);
+            break;
+        default:
+            QCOMPARE(map.remove(r), ref.remove(r) > 0);
+        }
+        if (step % 500 == 0 && rng.bounded(4) == 0) {
+            map.clear();
+            ref.clear();
+        }
+        QCOMPARE(map.size(), ref.size());
+    }
+    for (const Record& r : rows) {
+        QCOMPARE(map.value(r), ref.value(r, -1));
+        QCOMPARE(map.contains(r), ref.contains(r));
+    }
+    int sum = 0;
+    map.forEachValue([&sum](int& v) { sum += v; });
+    int refSum = 0;
+    for (int v : qAsConst(ref))
+        refSum += v;
+    QCOMPARE(sum, refSum);
+    QCOMPARE(map.value(Record()), -1);
 }
 
 void TestTableClass::partitionListAgainstVector()
