@@ -11,8 +11,10 @@ class NumberValidator;
 // not. Defaults: at most 15 integer digits, zero allowed, negatives not.
 //
 // The user may type "." or ","; the editor shows the separator of its locale() ("," in a
-// Russian one, "." otherwise). Keys that would break a rule are refused. Up and Down step the
-// value by one unit of the last decimal place, skipping zero when zero is not allowed.
+// Russian one, "." otherwise). Keys that would break a rule are refused. The text is kept
+// tidy as it is typed or pasted: white space goes, ",5" becomes "0,5", "07" becomes "7"; on
+// leaving the editor a trailing separator and a lone "-" go. Up and Down step the value by
+// one unit of the last decimal place, skipping zero when zero is not allowed.
 //
 // The value is the text read as a number, in canonical form with "." as the separator
 // (see getValue()). changedValue() is emitted each time the value changes, by typing or by

@@ -2,6 +2,7 @@
 
 #include <database/datetime.h>
 #include <database/decimal.h>
+#include <database/record.h>
 
 #include <QByteArray>
 #include <QDate>
@@ -58,6 +59,8 @@ Kind kindOf(const QVariant& v)
     const int type = v.userType();
     if (type == datetime::metatypeId())
         return v.value<datetime>().isNull() ? Kind::Missing : Kind::Time;
+    if (type == qMetaTypeId<Record>())
+        return v.value<Record>().isNull() ? Kind::Missing : Kind::Other;
     if (isNumberType(type))
         return Kind::Number;
     if (type == QMetaType::QString || type == QMetaType::QChar)
@@ -270,6 +273,11 @@ int compareOther(const QVariant& a, const QVariant& b, Qt::CaseSensitivity sensi
         return signOf(a.toByteArray().compare(b.toByteArray(), sensitivity));
     if (type == QMetaType::QTime)
         return sign(a.toTime().msecsSinceStartOfDay(), b.toTime().msecsSinceStartOfDay());
+    if (type == qMetaTypeId<Record>()) {
+        const Record ra = a.value<Record>();
+        const Record rb = b.value<Record>();
+        return ra < rb ? -1 : (rb < ra ? 1 : 0);
+    }
     int result = 0;
     if (QMetaType::compare(a.constData(), b.constData(), type, &result))
         return signOf(result);

@@ -76,6 +76,7 @@ private slots:
     void valueSetWhileBlockedIsRemembered();
     void plainSetTextNeverEmitsBrokenValue();
     void insertActsLikePaste();
+    void cursorFollowsNormalisedText();
     void ruleChanges();
     void stepping_data();
     void stepping();
@@ -442,6 +443,38 @@ void tst_NumberEditor::insertActsLikePaste()
     editor.clear();
     editor.insert(QStringLiteral("12a"));
     QCOMPARE(editor.text(), QString());
+}
+
+void tst_NumberEditor::cursorFollowsNormalisedText()
+{
+    NumberEditor editor(nullptr, 2);
+    editor.setLocale(commaLocale());
+    editor.setCanNegative(true);
+
+    // A separator typed in front gets its zero; the cursor stays behind the separator.
+    QTest::keyClicks(&editor, QStringLiteral("5"));
+    QTest::keyClick(&editor, Qt::Key_Home);
+    QTest::keyClicks(&editor, QStringLiteral("."));
+    QCOMPARE(editor.text(), QStringLiteral("0,5"));
+    QCOMPARE(editor.cursorPosition(), 2);
+    QTest::keyClicks(&editor, QStringLiteral("1"));
+    QCOMPARE(editor.text(), QStringLiteral("0,15"));
+
+    // A digit typed after a lone zero replaces it; the cursor stays behind the digit.
+    editor.clear();
+    QTest::keyClicks(&editor, QStringLiteral("-0"));
+    QTest::keyClicks(&editor, QStringLiteral("7"));
+    QCOMPARE(editor.text(), QStringLiteral("-7"));
+    QCOMPARE(editor.cursorPosition(), 2);
+
+    // A zero typed in front of a number vanishes; the cursor stays where it was.
+    QTest::keyClick(&editor, Qt::Key_Left);
+    QTest::keyClicks(&editor, QStringLiteral("0"));
+    QCOMPARE(editor.text(), QStringLiteral("-7"));
+    QCOMPARE(editor.cursorPosition(), 1);
+    QTest::keyClicks(&editor, QStringLiteral("3"));
+    QCOMPARE(editor.text(), QStringLiteral("-37"));
+    QCOMPARE(editor.getValue(), QStringLiteral("-37"));
 }
 
 void tst_NumberEditor::ruleChanges()
