@@ -1,0 +1,617 @@
+#include "contact/numbereditor.h"
+
+#include <QFocusEvent>
+#include <QLocale>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QtTest>
+
+namespace {
+
+struct Rules
+{
+    int digits = 2;
+    int numDigits = 15;
+    bool canBeZero = true;
+    bool canNegative = false;
+};
+
+void apply(NumberEditor* editor, const Rules& rules)
+{
+    editor->setDigits(rules.digits);
+    editor->setNumDigits(rules.numDigits);
+    editor->setCanBeZero(rules.canBeZero);
+    editor->setCanNegative(rules.canNegative);
+}
+
+// The rules for a value, checked apart from the editor's own code: canonical form with "." as
+// the separator, no leading zeros, no sign on zero.
+bool obeysRules(const QString& value, const Rules& rules)
+{
+    static const QRegularExpression form(QStringLiteral("^(-?)(0|[1-9][0-9]*)(?:\\.([0-9]+))?$"));
+    const QRegularExpressionMatch m = form.match(value);
+    if (!m.hasMatch())
+        return false;
+    const bool negative = !m.captured(1).isEmpty();
+    const bool zero = !value.contains(QRegularExpression(QStringLiteral("[1-9]")));
+    return (!negative || rules.canNegative) && m.capturedLength(2) <= rules.numDigits &&
+           m.capturedLength(3) <= rules.digits && (!zero || rules.canBeZero) && !(zero && negative);
+}
+
+// What the editor may show: a sign, digits, the separator, within the limits.
+bool isShowable(const QString& text, const Rules& rules, QChar separator)
+{
+    const QRegularExpression form(QStringLiteral("^(-?)([0-9]*)(?:%1([0-9]*))?$")
+                                      .arg(QRegularExpression::escape(QString(separator))));
+    const QRegularExpressionMatch m = form.match(text);
+    if (!m.hasMatch())
+        return false;
+    return (m.capturedLength(1) == 0 || rules.canNegative) &&
+           m.capturedLength(2) <= rules.numDigits && m.capturedLength(3) <= rules.digits &&
+           (rules.digits > 0 || !text.contains(separator));
+}
+
+QLocale commaLocale()
+{
+    return QLocale(QLocale::Russian, QLocale::Russia);
+}
+
+} // namespace
+
+class tst_NumberEditor : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+
+    void typing_data();
+    void typing();
+    void randomEditingEmitsOnlyValidValues_data();
+    void randomEditingEmitsOnlyValidValues();
+    void setValue_data();
+    void setValue();
+    void setValueEmitsOnChange();
+    void valueSetWhileBlockedIsRemembered();
+    void plainSetTextNeverEmitsBrokenValue();
+    void insertActsLikePaste();
+    void cursorFollowsNormalisedText();
+    void ruleChanges();
+    void stepping_data();
+    void stepping();
+    void localeChangeKeepsValue();
+    void focusOutTidies();
+};
+
+void tst_NumberEditor::initTestCase()
+{
+    QVERIFY(commaLocale().decimalPoint() == QLatin1Char(','));
+    QLocale::setDefault(QLocale::c());
+}
+
+void tst_NumberEditor::typing_data()
+{
+    QTest::addColumn<int>("digits");
+    QTest::addColumn<int>("numDigits");
+    QTest::addColumn<bool>("canBeZero");
+    QTest::addColumn<bool>("canNegative");
+    QTest::addColumn<bool>("comma");
+    QTest::addColumn<QString>("keys");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("value");
+
+    // Separators.
+    QTest::newRow("point typed, point shown") << 2 << 15 << true << false << false << "1.5"
+                                              << "1.5"
+                                              << "1.5";
+    QTest::newRow("comma typed, point shown") << 2 << 15 << true << false << false << "1,5"
+                                              << "1.5"
+                                              << "1.5";
+    QTest::newRow("point typed, comma shown") << 2 << 15 << true << false << true << "1.5"
+                                              << "1,5"
+                                              << "1.5";
+    QTest::newRow("comma typed, comma shown") << 2 << 15 << true << false << true << "1,5"
+                                              << "1,5"
+                                              << "1.5";
+    QTest::newRow("second separator refused") << 2 << 15 << true << false << true << "1,2.3"
+                                              << "1,23"
+                                              << "1.23";
+    QTest::newRow("bare point gets its zero") << 2 << 15 << true << false << true << ".5"
+                                              << "0,5"
+                                              << "0.5";
+    QTest::newRow("bare comma after minus") << 2 << 15 << true << true << false << "-,5"
+                                            << "-0.5"
+                                            << "-0.5";
+    QTest::newRow("trailing separator is the number") << 2 << 15 << true << false << false << "5."
+                                                      << "5."
+                                                      << "5";
+    QTest::newRow("no separator without decimals") << 0 << 15 << true << false << true << "1,5"
+                                                   << "15"
+                                                   << "15";
+
+    // Digit limits.
+    QTest::newRow("decimals limited") << 2 << 15 << true << false << false << "1.234"
+                                      << "1.23"
+                                      << "1.23";
+    QTest::newRow("decimal zeros kept") << 2 << 15 << true << false << false << "1.50"
+                                        << "1.50"
+                                        << "1.50";
+    QTest::newRow("integer digits limited") << 2 << 4 << true << false << false << "123456"
+                                            << "1234"
+                                            << "1234";
+    QTest::newRow("integer limit leaves decimals") << 2 << 2 << true << false << true << "123,45"
+                                                   << "12,45"
+                                                   << "12.45";
+    QTest::newRow("leading zeros dropped") << 0 << 3 << true << false << false << "0007"
+                                           << "7"
+                                           << "7";
+    QTest::newRow("zero before separator kept") << 2 << 15 << true << false << false << "00.5"
+                                                << "0.5"
+                                                << "0.5";
+    QTest::newRow("one decimal, four digits") << 1 << 4 << true << true << true << "-1234,56"
+                                              << "-1234,5"
+                                              << "-1234.5";
+
+    // Sign.
+    QTest::newRow("minus refused") << 2 << 15 << true << false << false << "-5"
+                                   << "5"
+                                   << "5";
+    QTest::newRow("minus allowed") << 2 << 15 << true << true << false << "-5"
+                                   << "-5"
+                                   << "-5";
+    QTest::newRow("minus only in front") << 2 << 15 << true << true << false << "5-"
+                                         << "5"
+                                         << "5";
+    QTest::newRow("lone minus is no value") << 2 << 15 << true << true << false << "-"
+                                            << "-"
+                                            << "";
+    QTest::newRow("plus refused") << 2 << 15 << true << true << false << "+5"
+                                  << "5"
+                                  << "5";
+
+    // Zero.
+    QTest::newRow("zero allowed") << 2 << 15 << true << false << false << "0"
+                                  << "0"
+                                  << "0";
+    QTest::newRow("zero refused is no value") << 2 << 15 << false << false << false << "0"
+                                              << "0"
+                                              << "";
+    QTest::newRow("zero with decimals refused") << 2 << 15 << false << false << true << "0,00"
+                                                << "0,00"
+                                                << "";
+    QTest::newRow("small number is no zero") << 2 << 15 << false << false << true << "0,05"
+                                             << "0,05"
+                                             << "0.05";
+    QTest::newRow("negative zero is zero") << 2 << 15 << true << true << false << "-0.0"
+                                           << "-0.0"
+                                           << "0.0";
+    QTest::newRow("negative zero refused") << 2 << 15 << false << true << false << "-0.0"
+                                           << "-0.0"
+                                           << "";
+
+    // Other characters.
+    QTest::newRow("letters refused") << 2 << 15 << true << false << false << "a1b2c"
+                                     << "12"
+                                     << "12";
+    QTest::newRow("spaces dropped") << 2 << 15 << true << false << false << "1 2"
+                                    << "12"
+                                    << "12";
+    QTest::newRow("exponent refused") << 2 << 15 << true << false << false << "1e5"
+                                      << "15"
+                                      << "15";
+}
+
+void tst_NumberEditor::typing()
+{
+    QFETCH(int, digits);
+    QFETCH(int, numDigits);
+    QFETCH(bool, canBeZero);
+    QFETCH(bool, canNegative);
+    QFETCH(bool, comma);
+    QFETCH(QString, keys);
+    QFETCH(QString, text);
+    QFETCH(QString, value);
+
+    NumberEditor editor(nullptr, digits);
+    if (comma)
+        editor.setLocale(commaLocale());
+    editor.setNumDigits(numDigits);
+    editor.setCanBeZero(canBeZero);
+    editor.setCanNegative(canNegative);
+    QCOMPARE(editor.digits(), digits);
+    QSignalSpy spy(&editor, &NumberEditor::changedValue);
+
+    QTest::keyClicks(&editor, keys);
+    QCOMPARE(editor.text(), text);
+    QCOMPARE(editor.getValue(), value);
+    QCOMPARE(editor.hasAcceptableInput(), !value.isEmpty());
+    if (value.isEmpty())
+        return;
+    QVERIFY(!spy.isEmpty());
+    QCOMPARE(spy.last().at(0).toString(), value);
+}
+
+void tst_NumberEditor::randomEditingEmitsOnlyValidValues_data()
+{
+    QTest::addColumn<quint32>("seed");
+    for (quint32 seed = 1; seed <= 24; ++seed)
+        QTest::addRow("seed %u", seed) << seed;
+}
+
+// Random keys under random rules: whatever is typed, the text stays showable, every emitted
+// value obeys the rules, and every change of getValue() was announced.
+void tst_NumberEditor::randomEditingEmitsOnlyValidValues()
+{
+    QFETCH(quint32, seed);
+    QRandomGenerator rng(seed);
+    Rules rules;
+    rules.digits = rng.bounded(0, 4);
+    rules.numDigits = rng.bounded(1, 5);
+    rules.canBeZero = rng.bounded(2);
+    rules.canNegative = rng.bounded(2);
+    const bool comma = rng.bounded(2);
+
+    NumberEditor editor;
+    if (comma)
+        editor.setLocale(commaLocale());
+    apply(&editor, rules);
+    const QChar separator = comma ? QLatin1Char(',') : QLatin1Char('.');
+    QStringList emitted;
+    connect(&editor, &NumberEditor::changedValue, &editor,
+            [&emitted](const QString& value) { emitted << value; });
+
+    const QString chars = QStringLiteral("0123456789000..,,--+ a");
+    const Qt::Key keys[] = {Qt::Key_Backspace, Qt::Key_Delete, Qt::Key_Left, Qt::Key_Right,
+                            Qt::Key_Home,      Qt::Key_End,    Qt::Key_Up,   Qt::Key_Down};
+    for (int step = 0; step < 300; ++step) {
+        const int before = emitted.size();
+        const QString valueBefore = editor.getValue();
+        if (rng.bounded(3) == 0)
+            QTest::keyClick(&editor, keys[rng.bounded(int(std::size(keys)))]);
+        else
+            QTest::keyClicks(&editor, QString(chars.at(rng.bounded(chars.size()))));
+
+        const QString context = QStringLiteral("step %1, text '%2'").arg(step).arg(editor.text());
+        QVERIFY2(isShowable(editor.text(), rules, separator), qPrintable(context));
+        const QString value = editor.getValue();
+        QVERIFY2(value.isEmpty() || obeysRules(value, rules), qPrintable(context));
+        QVERIFY2(emitted.size() - before <= 1, qPrintable(context));
+        if (emitted.size() > before) {
+            QVERIFY2(obeysRules(emitted.last(), rules), qPrintable(context));
+            QVERIFY2(value != valueBefore, qPrintable(context));
+            if (before > 0)
+                QVERIFY2(emitted.at(before - 1) != emitted.last(), qPrintable(context));
+        }
+        // Whatever value there is was announced, also after a stretch of no value.
+        if (!value.isEmpty())
+            QVERIFY2(!emitted.isEmpty() && emitted.last() == value, qPrintable(context));
+    }
+    QVERIFY(!emitted.isEmpty());
+}
+
+void tst_NumberEditor::setValue_data()
+{
+    QTest::addColumn<int>("digits");
+    QTest::addColumn<int>("numDigits");
+    QTest::addColumn<bool>("canBeZero");
+    QTest::addColumn<bool>("canNegative");
+    QTest::addColumn<QString>("input");
+    QTest::addColumn<bool>("taken");
+    QTest::addColumn<QString>("text"); // with a comma locale
+    QTest::addColumn<QString>("value");
+
+    QTest::newRow("point") << 2 << 15 << true << false << "1.5" << true << "1,5"
+                           << "1.5";
+    QTest::newRow("comma") << 2 << 15 << true << false << "1,5" << true << "1,5"
+                           << "1.5";
+    QTest::newRow("spaces around") << 2 << 15 << true << false << " 2.25 " << true << "2,25"
+                                   << "2.25";
+    QTest::newRow("plus sign") << 2 << 15 << true << false << "+7" << true << "7"
+                               << "7";
+    QTest::newRow("leading zeros") << 2 << 15 << true << false << "007.10" << true << "7,10"
+                                   << "7.10";
+    QTest::newRow("rounded half up") << 2 << 15 << true << false << "1.255" << true << "1,26"
+                                     << "1.26";
+    QTest::newRow("rounded half away, negative")
+        << 2 << 15 << true << true << "-1.255" << true << "-1,26"
+        << "-1.26";
+    QTest::newRow("rounded down") << 2 << 15 << true << false << "1.254" << true << "1,25"
+                                  << "1.25";
+    QTest::newRow("rounded to integer") << 0 << 15 << true << false << "1.5" << true << "2"
+                                        << "2";
+    QTest::newRow("rounded up to non-zero")
+        << 2 << 15 << false << false << "0.005" << true << "0,01"
+        << "0.01";
+    QTest::newRow("empty clears") << 2 << 15 << true << false << "" << true << ""
+                                  << "";
+    QTest::newRow("negative zero") << 2 << 15 << true << false << "-0.00" << true << "0,00"
+                                   << "0.00";
+
+    QTest::newRow("no number") << 2 << 15 << true << false << "abc" << false << "3"
+                               << "3";
+    QTest::newRow("two separators") << 2 << 15 << true << false << "1.2.3" << false << "3"
+                                    << "3";
+    QTest::newRow("lone minus") << 2 << 15 << true << true << "-" << false << "3"
+                                << "3";
+    QTest::newRow("too many integer digits") << 2 << 4 << true << false << "12345" << false << "3"
+                                             << "3";
+    QTest::newRow("too many after rounding")
+        << 2 << 4 << true << false << "9999.995" << false << "3"
+        << "3";
+    QTest::newRow("negative refused") << 2 << 15 << true << false << "-1" << false << "3"
+                                      << "3";
+    QTest::newRow("zero refused") << 2 << 15 << false << false << "0" << false << "3"
+                                  << "3";
+    QTest::newRow("rounded to refused zero") << 2 << 15 << false << false << "0.004" << false << "3"
+                                             << "3";
+    QTest::newRow("beyond any decimal")
+        << 2 << 15 << true << false << "99999999999999999999" << false << "3"
+        << "3";
+}
+
+void tst_NumberEditor::setValue()
+{
+    QFETCH(int, digits);
+    QFETCH(int, numDigits);
+    QFETCH(bool, canBeZero);
+    QFETCH(bool, canNegative);
+    QFETCH(QString, input);
+    QFETCH(bool, taken);
+    QFETCH(QString, text);
+    QFETCH(QString, value);
+
+    NumberEditor editor(nullptr, digits);
+    editor.setLocale(commaLocale());
+    editor.setNumDigits(numDigits);
+    editor.setCanBeZero(canBeZero);
+    editor.setCanNegative(canNegative);
+    QVERIFY(editor.setValue(QStringLiteral("3")));
+    QSignalSpy spy(&editor, &NumberEditor::changedValue);
+
+    QCOMPARE(editor.setValue(input), taken);
+    QCOMPARE(editor.text(), text);
+    QCOMPARE(editor.getValue(), value);
+    const bool changed = !value.isEmpty() && value != QLatin1String("3");
+    QCOMPARE(spy.count(), changed ? 1 : 0);
+    if (changed)
+        QCOMPARE(spy.at(0).at(0).toString(), value);
+}
+
+void tst_NumberEditor::setValueEmitsOnChange()
+{
+    NumberEditor editor(nullptr, 2);
+    QSignalSpy spy(&editor, &NumberEditor::changedValue);
+    editor.setValue(QStringLiteral("1.5"));
+    editor.setValue(QStringLiteral("1,5"));
+    QCOMPARE(spy.count(), 1);
+    editor.setValue(QStringLiteral("1.50"));
+    QCOMPARE(spy.count(), 2);
+    QCOMPARE(spy.at(1).at(0).toString(), QStringLiteral("1.50"));
+    // No value in between is no change of value.
+    editor.setValue(QString());
+    editor.setValue(QStringLiteral("1.50"));
+    QCOMPARE(spy.count(), 2);
+}
+
+void tst_NumberEditor::valueSetWhileBlockedIsRemembered()
+{
+    NumberEditor editor(nullptr, 0);
+    editor.setValue(QStringLiteral("1"));
+    QSignalSpy spy(&editor, &NumberEditor::changedValue);
+    {
+        const QSignalBlocker blocker(&editor);
+        editor.setValue(QStringLiteral("2"));
+    }
+    QCOMPARE(spy.count(), 0);
+    // Back to 1 by hand: a change from 2, which the owner was told of itself.
+    QTest::keyClick(&editor, Qt::Key_Backspace);
+    QTest::keyClicks(&editor, QStringLiteral("1"));
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(spy.at(0).at(0).toString(), QStringLiteral("1"));
+}
+
+void tst_NumberEditor::plainSetTextNeverEmitsBrokenValue()
+{
+    NumberEditor editor(nullptr, 1);
+    editor.setCanBeZero(false);
+    QSignalSpy spy(&editor, &NumberEditor::changedValue);
+    for (const char* text : {"abc", "-5", "1.25", "0", "12345678901234567"}) {
+        editor.setText(QLatin1String(text));
+        QCOMPARE(editor.getValue(), QString());
+    }
+    QCOMPARE(spy.count(), 0);
+    editor.setText(QStringLiteral("2,5"));
+    QCOMPARE(editor.text(), QStringLiteral("2.5"));
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(spy.at(0).at(0).toString(), QStringLiteral("2.5"));
+}
+
+void tst_NumberEditor::insertActsLikePaste()
+{
+    NumberEditor editor(nullptr, 2);
+    editor.setLocale(commaLocale());
+    // Group separators of a pasted number go, either decimal separator is taken.
+    editor.insert(QStringLiteral("1 234.5"));
+    QCOMPARE(editor.text(), QStringLiteral("1234,5"));
+    editor.clear();
+    editor.insert(QStringLiteral("1\u00a0234,56"));
+    QCOMPARE(editor.getValue(), QStringLiteral("1234.56"));
+    // A paste that breaks a rule is refused whole.
+    editor.insert(QStringLiteral("7"));
+    QCOMPARE(editor.getValue(), QStringLiteral("1234.56"));
+    editor.clear();
+    editor.insert(QStringLiteral("12a"));
+    QCOMPARE(editor.text(), QString());
+}
+
+void tst_NumberEditor::cursorFollowsNormalisedText()
+{
+    NumberEditor editor(nullptr, 2);
+    editor.setLocale(commaLocale());
+    editor.setCanNegative(true);
+
+    // A separator typed in front gets its zero; the cursor stays behind the separator.
+    QTest::keyClicks(&editor, QStringLiteral("5"));
+    QTest::keyClick(&editor, Qt::Key_Home);
+    QTest::keyClicks(&editor, QStringLiteral("."));
+    QCOMPARE(editor.text(), QStringLiteral("0,5"));
+    QCOMPARE(editor.cursorPosition(), 2);
+    QTest::keyClicks(&editor, QStringLiteral("1"));
+    QCOMPARE(editor.text(), QStringLiteral("0,15"));
+
+    // A digit typed after a lone zero replaces it; the cursor stays behind the digit.
+    editor.clear();
+    QTest::keyClicks(&editor, QStringLiteral("-0"));
+    QTest::keyClicks(&editor, QStringLiteral("7"));
+    QCOMPARE(editor.text(), QStringLiteral("-7"));
+    QCOMPARE(editor.cursorPosition(), 2);
+
+    // A zero typed in front of a number vanishes; the cursor stays where it was.
+    QTest::keyClick(&editor, Qt::Key_Left);
+    QTest::keyClicks(&editor, QStringLiteral("0"));
+    QCOMPARE(editor.text(), QStringLiteral("-7"));
+    QCOMPARE(editor.cursorPosition(), 1);
+    QTest::keyClicks(&editor, QStringLiteral("3"));
+    QCOMPARE(editor.text(), QStringLiteral("-37"));
+    QCOMPARE(editor.getValue(), QStringLiteral("-37"));
+}
+
+void tst_NumberEditor::ruleChanges()
+{
+    NumberEditor editor(nullptr, 3);
+    editor.setCanNegative(true);
+    editor.setValue(QStringLiteral("1.255"));
+    QSignalSpy spy(&editor, &NumberEditor::changedValue);
+
+    editor.setDigits(2);
+    QCOMPARE(editor.text(), QStringLiteral("1.26"));
+    editor.setDigits(0);
+    QCOMPARE(editor.text(), QStringLiteral("1"));
+    editor.setDigits(2); // more room changes nothing
+    QCOMPARE(editor.text(), QStringLiteral("1"));
+    QCOMPARE(spy.count(), 2);
+    QCOMPARE(spy.at(1).at(0).toString(), QStringLiteral("1"));
+
+    editor.setValue(QStringLiteral("123"));
+    spy.clear();
+    editor.setNumDigits(2); // no number of two digits is near: nothing is left
+    QCOMPARE(editor.text(), QString());
+    QCOMPARE(spy.count(), 0);
+    editor.setNumDigits(4);
+
+    editor.setValue(QStringLiteral("-5"));
+    spy.clear();
+    editor.setCanNegative(false);
+    QCOMPARE(editor.text(), QString());
+
+    editor.setValue(QStringLiteral("0"));
+    spy.clear();
+    editor.setCanBeZero(false); // stays on screen, but is no value
+    QCOMPARE(editor.text(), QStringLiteral("0"));
+    QCOMPARE(editor.getValue(), QString());
+    QCOMPARE(spy.count(), 0);
+    // Allowing zero again makes the zero on screen a value, but not a new one.
+    editor.setCanBeZero(true);
+    QCOMPARE(editor.getValue(), QStringLiteral("0"));
+    QCOMPARE(spy.count(), 0);
+
+    // Clamped settings.
+    editor.setDigits(-1);
+    QCOMPARE(editor.digits(), 0);
+    editor.setDigits(40);
+    QCOMPARE(editor.digits(), 18);
+    editor.setNumDigits(0);
+    QCOMPARE(editor.numDigits(), 1);
+}
+
+void tst_NumberEditor::stepping_data()
+{
+    QTest::addColumn<int>("digits");
+    QTest::addColumn<int>("numDigits");
+    QTest::addColumn<bool>("canBeZero");
+    QTest::addColumn<bool>("canNegative");
+    QTest::addColumn<QString>("start");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<QString>("value");
+
+    const int up = Qt::Key_Up;
+    const int down = Qt::Key_Down;
+    QTest::newRow("up by a hundredth") << 2 << 15 << true << false << "1.5" << up << "1.51";
+    QTest::newRow("down by a hundredth") << 2 << 15 << true << false << "1.5" << down << "1.49";
+    QTest::newRow("up by one") << 0 << 15 << true << false << "5" << up << "6";
+    QTest::newRow("up from nothing") << 2 << 15 << true << false << "" << up << "0.01";
+    QTest::newRow("down through zero") << 2 << 15 << true << true << "0.01" << down << "0.00";
+    QTest::newRow("down over refused zero")
+        << 2 << 15 << false << true << "0.01" << down << "-0.01";
+    QTest::newRow("up over refused zero") << 1 << 15 << false << true << "-0.1" << up << "0.1";
+    QTest::newRow("no way below zero") << 2 << 15 << false << false << "0.01" << down << "0.01";
+    QTest::newRow("no negatives") << 0 << 15 << true << false << "0" << down << "0";
+    QTest::newRow("no room above") << 2 << 2 << true << false << "99.99" << up << "99.99";
+}
+
+void tst_NumberEditor::stepping()
+{
+    QFETCH(int, digits);
+    QFETCH(int, numDigits);
+    QFETCH(bool, canBeZero);
+    QFETCH(bool, canNegative);
+    QFETCH(QString, start);
+    QFETCH(int, key);
+    QFETCH(QString, value);
+
+    NumberEditor editor(nullptr, digits);
+    editor.setNumDigits(numDigits);
+    editor.setCanBeZero(canBeZero);
+    editor.setCanNegative(canNegative);
+    QVERIFY(editor.setValue(start));
+    QTest::keyClick(&editor, Qt::Key(key));
+    QCOMPARE(editor.getValue(), value);
+
+    // The same key handed over directly, as an event filter of the owner does it.
+    QVERIFY(editor.setValue(start));
+    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+    press.ignore();
+    editor.keyPressEvent(&press);
+    QVERIFY(press.isAccepted());
+    QCOMPARE(editor.getValue(), value);
+}
+
+void tst_NumberEditor::localeChangeKeepsValue()
+{
+    NumberEditor editor(nullptr, 2);
+    editor.setValue(QStringLiteral("1.5"));
+    QSignalSpy spy(&editor, &NumberEditor::changedValue);
+    editor.setLocale(commaLocale());
+    QCOMPARE(editor.text(), QStringLiteral("1,5"));
+    editor.setLocale(QLocale::c());
+    QCOMPARE(editor.text(), QStringLiteral("1.5"));
+    QCOMPARE(editor.getValue(), QStringLiteral("1.5"));
+    QCOMPARE(spy.count(), 0);
+}
+
+void tst_NumberEditor::focusOutTidies()
+{
+    NumberEditor editor(nullptr, 2);
+    editor.setLocale(commaLocale());
+    editor.setCanNegative(true);
+    QSignalSpy values(&editor, &NumberEditor::changedValue);
+    QSignalSpy finished(&editor, &QLineEdit::editingFinished);
+    QFocusEvent focusOut(QEvent::FocusOut, Qt::TabFocusReason);
+
+    QTest::keyClicks(&editor, QStringLiteral("5."));
+    QCoreApplication::sendEvent(&editor, &focusOut);
+    QCOMPARE(editor.text(), QStringLiteral("5"));
+    QCOMPARE(values.count(), 1);
+    QCOMPARE(finished.count(), 1);
+
+    // A lone minus is no number: it goes.
+    editor.clear();
+    QTest::keyClicks(&editor, QStringLiteral("-"));
+    QCoreApplication::sendEvent(&editor, &focusOut);
+    QCOMPARE(editor.text(), QString());
+    QCOMPARE(values.count(), 1);
+}
+
+QTEST_MAIN(tst_NumberEditor)
+#include "tst_numbereditor.moc"
