@@ -59,8 +59,10 @@ public:
     QMenuBar* createMenuBar(QWidget* parent);
 
     // The menu shown for this container, with a submenu for each nested container. The
-    // default makes a new menu owned by parent at each call; a subclass may return a menu
-    // of its own, which the host then neither reparents nor deletes.
+    // default makes a new menu owned by parent at each call, and a menu holding it replaces
+    // it when it refills. A subclass may instead keep one menu of its own and return it at
+    // each call; made without parent (not through this default), it is then neither
+    // reparented nor deleted by the menus that show it.
     virtual QMenu* createMenu(QWidget* parent);
     // A tool bar with the commands; nested containers become buttons with their menus.
     virtual QToolBar* createToolBar(QWidget* parent);

@@ -6,6 +6,7 @@
 #include "gui/progressworker.h"
 #include "gui/windowheader.h"
 
+#include "menutext.h"
 #include "vtableslot.h"
 
 #include <QDockWidget>
@@ -24,33 +25,6 @@
 #include <memory>
 
 namespace {
-
-// Entries of a menu by text, "-" for a separator, a submenu with its entries in brackets.
-QString describe(const QMenu* menu)
-{
-    QStringList parts;
-    const QList<QAction*> actions = menu->actions();
-    for (const QAction* action : actions) {
-        if (action->isSeparator())
-            parts << QStringLiteral("-");
-        else if (action->menu())
-            parts << action->text() + QLatin1Char('[') + describe(action->menu()) +
-                         QLatin1Char(']');
-        else
-            parts << action->text();
-    }
-    return parts.join(QLatin1Char('|'));
-}
-
-QAction* findAction(const QMenu* menu, const QString& text)
-{
-    const QList<QAction*> actions = menu->actions();
-    for (QAction* action : actions) {
-        if (action->text() == text)
-            return action;
-    }
-    return nullptr;
-}
 
 void open(QMenu* menu)
 {
@@ -340,7 +314,6 @@ void TestWidgets::outlineCollapseAndExpand()
     outline.expandAll();
     QCOMPARE(expanded.count(), 2);
     QVERIFY(first->isVisible() && second->isVisible());
-    QVERIFY(expanded.isEmpty() == false);
 }
 
 void TestWidgets::outlineHighlightAndBadIndexes()
@@ -377,13 +350,6 @@ void TestWidgets::outlineHighlightAndBadIndexes()
     outline.setHighlightedColorEnabled(0, true);
     QCOMPARE(header->palette().color(QPalette::ButtonText), highlight);
     QVERIFY(outline.isHighlightedColorEnabled(0) && outline.isHighlightedFontEnabled(0));
-
-    // The highlight stays through a change of the outline's font.
-    QFont larger = outline.font();
-    larger.setPointSize(larger.pointSize() + 4);
-    outline.setFont(larger);
-    QVERIFY(header->font().bold());
-    QCOMPARE(header->font().pointSize(), larger.pointSize());
 
     outline.setHighlightedFontEnabled(0, false);
     outline.setHighlightedColorEnabled(0, false);
@@ -475,14 +441,6 @@ void TestWidgets::progressDialogRefusesBadCalls()
     QCOMPARE(dialog.progress(), 100);
     dialog.setProgress(-5);
     QCOMPARE(dialog.progress(), 0);
-
-    // A worker whose dialog is gone reads as cancelled.
-    auto other = std::make_unique<ProgressDialog>();
-    auto* orphan = new ScriptedWorker(other.get());
-    orphan->setParent(nullptr);
-    std::unique_ptr<ScriptedWorker> owned(orphan);
-    other.reset();
-    QVERIFY(!orphan->processEvents());
 }
 
 void TestWidgets::comboBoxSortedOrder_data()
