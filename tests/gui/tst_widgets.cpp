@@ -1,0 +1,619 @@
+#include "gui/comboboxsorted.h"
+#include "gui/elidecombobox.h"
+#include "gui/modelmenu.h"
+#include "gui/outlinewidget.h"
+#include "gui/progressdialog.h"
+#include "gui/progressworker.h"
+#include "gui/windowheader.h"
+
+#include "menutext.h"
+#include "vtableslot.h"
+
+#include <QDockWidget>
+#include <QImage>
+#include <QLabel>
+#include <QMainWindow>
+#include <QPointer>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QStandardItemModel>
+#include <QStringListModel>
+#include <QToolButton>
+#include <QtTest>
+
+#include <functional>
+#include <memory>
+
+namespace {
+
+void open(QMenu* menu)
+{
+    emit menu->aboutToShow();
+}
+
+// Sets its model up on the first opening and refreshes it at each one, as the terminal's
+// menus over live lists do.
+class LiveMenu : public ModelMenu
+{
+public:
+    bool leading = false;
+    int prePopulateCalls = 0;
+    QStringList rows{"A", "B"};
+
+    using ModelMenu::ModelMenu;
+
+protected:
+    bool prePopulate() override
+    {
+        ++prePopulateCalls;
+        if (!model())
+            setModel(new QStringListModel(this));
+        static_cast<QStringListModel*>(model())->setStringList(rows);
+        if (leading)
+            addAction(QStringLiteral("Lead"));
+        return leading;
+    }
+    void postPopulated() override { addAction(QStringLiteral("More")); }
+};
+
+class ScriptedWorker : public ProgressWorker
+{
+public:
+    using ProgressWorker::ProgressWorker;
+    std::function<void(int)> step; // called before each processEvents
+    int iterations = 10;
+    int stoppedAt = -1;
+    int runs = 0;
+    bool shownModal = false;
+
+    void run() override
+    {
+        ++runs;
+        shownModal = dialog()->isVisible() && dialog()->isModal();
+        for (int i = 0; i < iterations; ++i) {
+            dialog()->setProgress((i + 1) * 100 / iterations);
+            if (step)
+                step(i);
+            if (!processEvents()) {
+                stoppedAt = i;
+                return;
+            }
+        }
+    }
+};
+
+class ColoredHeader : public WindowHeader
+{
+public:
+    using WindowHeader::WindowHeader;
+    QColor titleColor() const override { return QColor(10, 120, 30); }
+};
+
+struct ObjectProbe : QObject
+{
+    virtual void firstNewVirtual() {}
+};
+struct WidgetProbe : QWidget
+{
+    virtual void firstNewVirtual() {}
+};
+struct MenuProbe : QMenu
+{
+    virtual void firstNewVirtual() {}
+};
+// Reaches the protected hooks to read their slots.
+struct ModelMenuAccess : ModelMenu
+{
+    static int prePopulateSlot() { return vtableSlot(&ModelMenuAccess::prePopulate); }
+    static int postPopulatedSlot() { return vtableSlot(&ModelMenuAccess::postPopulated); }
+    static int createBaseMenuSlot() { return vtableSlot(&ModelMenuAccess::createBaseMenu); }
+};
+
+} // namespace
+
+class TestWidgets : public QObject
+{
+    Q_OBJECT
+private slots:
+    void modelMenuRefillsOnEachOpening();
+    void modelMenuTreeAndRoles();
+    void modelMenuActivatedFollowsModel();
+    void modelMenuHooks_data();
+    void modelMenuHooks();
+
+    void outlineCollapseAndExpand();
+    void outlineHighlightAndBadIndexes();
+
+    void progressWorkerCompletes();
+    void progressWorkerCancelled_data();
+    void progressWorkerCancelled();
+    void progressDialogRefusesBadCalls();
+
+    void comboBoxSortedOrder_data();
+    void comboBoxSortedOrder();
+    void elideComboBoxElides();
+
+    void windowHeaderButtons();
+    void windowHeaderTitleAndColor();
+
+    void virtualSlots();
+};
+
+void TestWidgets::modelMenuRefillsOnEachOpening()
+{
+    QStringListModel model({"A", "B"});
+    ModelMenu menu;
+    QCOMPARE(menu.model(), nullptr);
+    menu.setModel(&model);
+    QCOMPARE(menu.model(), &model);
+    QVERIFY(menu.actions().isEmpty()); // filled only when it opens
+
+    open(&menu);
+    QCOMPARE(describe(&menu), QStringLiteral("A|B"));
+    const QPointer<QAction> oldEntry = menu.actions().first();
+
+    model.setStringList({"B", "C", "D"});
+    QCOMPARE(describe(&menu), QStringLiteral("A|B")); // as it was when it opened
+    open(&menu);
+    QCOMPARE(describe(&menu), QStringLiteral("B|C|D"));
+    QVERIFY(!oldEntry); // the former entries are gone, not piled up
+
+    model.setStringList({});
+    open(&menu);
+    QVERIFY(menu.actions().isEmpty());
+
+    menu.setModel(nullptr);
+    open(&menu);
+    QVERIFY(menu.actions().isEmpty());
+}
+
+void TestWidgets::modelMenuTreeAndRoles()
+{
+    QStandardItemModel model;
+    auto* group = new QStandardItem(QStringLiteral("Futures"));
+    group->appendRow(new QStandardItem(QStringLiteral("Si")));
+    group->appendRow(new QStandardItem(QStringLiteral("RTS")));
+    auto* leaf = new QStandardItem(QStringLiteral("Options"));
+    QPixmap pixmap(8, 8);
+    pixmap.fill(Qt::blue);
+    leaf->setData(QIcon(pixmap), Qt::DecorationRole);
+    leaf->setToolTip(QStringLiteral("All options"));
+    auto* disabled = new QStandardItem(QStringLiteral("Closed"));
+    disabled->setEnabled(false);
+    model.appendRow(group);
+    model.appendRow(leaf);
+    model.appendRow(disabled);
+
+    ModelMenu menu;
+    menu.setModel(&model);
+    open(&menu);
+    QCOMPARE(describe(&menu), QStringLiteral("Futures[Si|RTS]|Options|Closed"));
+    QAction* options = findAction(&menu, QStringLiteral("Options"));
+    QVERIFY(!options->icon().isNull());
+    QCOMPARE(options->toolTip(), QStringLiteral("All options"));
+    QVERIFY(!findAction(&menu, QStringLiteral("Closed"))->isEnabled());
+
+    QSignalSpy activated(&menu, &ModelMenu::activated);
+    QMenu* futures = findAction(&menu, QStringLiteral("Futures"))->menu();
+    findAction(futures, QStringLiteral("RTS"))->trigger();
+    QCOMPARE(activated.count(), 1);
+    const QModelIndex index = activated.first().first().value<QModelIndex>();
+    QCOMPARE(index, model.index(1, 0, model.index(0, 0)));
+
+    // Reopening replaces the submenus as well.
+    const QPointer<QMenu> oldFutures = futures;
+    group->appendRow(new QStandardItem(QStringLiteral("Br")));
+    open(&menu);
+    QVERIFY(!oldFutures);
+    QCOMPARE(describe(&menu), QStringLiteral("Futures[Si|RTS|Br]|Options|Closed"));
+}
+
+void TestWidgets::modelMenuActivatedFollowsModel()
+{
+    QStringListModel model({"A", "B", "C"});
+    ModelMenu menu;
+    menu.setModel(&model);
+    open(&menu);
+    QSignalSpy activated(&menu, &ModelMenu::activated);
+
+    findAction(&menu, QStringLiteral("B"))->trigger();
+    QCOMPARE(activated.count(), 1);
+    QCOMPARE(activated.at(0).at(0).value<QModelIndex>(), model.index(1, 0));
+
+    // Rows removed while the menu is open: the entry still names its own item, and an entry
+    // whose item is gone emits nothing.
+    model.removeRows(0, 1);
+    findAction(&menu, QStringLiteral("B"))->trigger();
+    QCOMPARE(activated.count(), 2);
+    const QModelIndex moved = activated.at(1).at(0).value<QModelIndex>();
+    QCOMPARE(moved, model.index(0, 0));
+    QCOMPARE(moved.data().toString(), QStringLiteral("B"));
+    findAction(&menu, QStringLiteral("A"))->trigger();
+    QCOMPARE(activated.count(), 2);
+}
+
+void TestWidgets::modelMenuHooks_data()
+{
+    QTest::addColumn<bool>("leading");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("model's items only") << false << QStringLiteral("A|B|More");
+    QTest::newRow("entries of its own first") << true << QStringLiteral("Lead|-|A|B|More");
+}
+
+void TestWidgets::modelMenuHooks()
+{
+    QFETCH(bool, leading);
+    QFETCH(QString, expected);
+
+    LiveMenu menu;
+    menu.leading = leading;
+    open(&menu);
+    QCOMPARE(menu.prePopulateCalls, 1);
+    QVERIFY(menu.model());
+    QCOMPARE(describe(&menu), expected);
+
+    // The model set on the first opening is refreshed, not replaced, at the next.
+    QAbstractItemModel* model = menu.model();
+    menu.rows = QStringList{"C"};
+    open(&menu);
+    QCOMPARE(menu.prePopulateCalls, 2);
+    QCOMPARE(menu.model(), model);
+    expected.replace(QStringLiteral("A|B"), QStringLiteral("C"));
+    QCOMPARE(describe(&menu), expected);
+
+    // No separator under the own entries when the model has nothing to show.
+    menu.rows.clear();
+    open(&menu);
+    QCOMPARE(describe(&menu), leading ? QStringLiteral("Lead|More") : QStringLiteral("More"));
+}
+
+void TestWidgets::outlineCollapseAndExpand()
+{
+    OutlineWidget outline;
+    auto* first = new QLabel(QStringLiteral("first"));
+    auto* second = new QLabel(QStringLiteral("second"));
+    QCOMPARE(outline.addWidget(first, QStringLiteral("Волатильность")), 0);
+    QCOMPARE(outline.addWidget(second, QStringLiteral("Дни")), 1);
+    QCOMPARE(outline.addWidget(first, QStringLiteral("again")), 0);
+    QCOMPARE(outline.count(), 2);
+    QCOMPARE(outline.text(0), QStringLiteral("Волатильность"));
+    QCOMPARE(first->parentWidget(), &outline);
+    outline.show();
+    QVERIFY(outline.isExpanded(0) && outline.isExpanded(1));
+    QVERIFY(first->isVisible());
+
+    QSignalSpy collapsed(&outline, &OutlineWidget::collapsed);
+    QSignalSpy expanded(&outline, &OutlineWidget::expanded);
+
+    // A click on the title toggles its section alone.
+    QWidget* header = outline.header(0);
+    QTest::mouseClick(header, Qt::LeftButton, Qt::NoModifier, header->rect().center());
+    QCOMPARE(collapsed.count(), 1);
+    QCOMPARE(collapsed.takeFirst().first().toInt(), 0);
+    QVERIFY(outline.isCollapsed(0));
+    QVERIFY(!outline.isExpanded(0));
+    QVERIFY(!first->isVisible());
+    QVERIFY(outline.isExpanded(1));
+
+    QTest::mouseClick(header, Qt::LeftButton, Qt::NoModifier, header->rect().center());
+    QCOMPARE(expanded.count(), 1);
+    QCOMPARE(expanded.takeFirst().first().toInt(), 0);
+    QVERIFY(first->isVisible());
+
+    // Only sections that change report it.
+    outline.setExpanded(1, false);
+    QCOMPARE(collapsed.count(), 1);
+    collapsed.clear();
+    outline.collapseAll();
+    QCOMPARE(collapsed.count(), 1);
+    QCOMPARE(collapsed.first().first().toInt(), 0);
+    QVERIFY(outline.isCollapsed(0) && outline.isCollapsed(1));
+    outline.collapseAll();
+    QCOMPARE(collapsed.count(), 1);
+
+    outline.expandAll();
+    QCOMPARE(expanded.count(), 2);
+    QVERIFY(first->isVisible() && second->isVisible());
+}
+
+void TestWidgets::outlineHighlightAndBadIndexes()
+{
+    OutlineWidget outline;
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("null widget"));
+    QCOMPARE(outline.addWidget(nullptr, QStringLiteral("none")), -1);
+    QCOMPARE(outline.count(), 0);
+    outline.addWidget(new QWidget, QStringLiteral("Title"));
+
+    QSignalSpy collapsed(&outline, &OutlineWidget::collapsed);
+    QSignalSpy expanded(&outline, &OutlineWidget::expanded);
+    for (int bad : {-1, 1, 100}) {
+        outline.setText(bad, QStringLiteral("x"));
+        outline.setExpanded(bad, false);
+        outline.setHighlightedColorEnabled(bad, true);
+        outline.setHighlightedFontEnabled(bad, true);
+        QVERIFY(!outline.isCollapsed(bad));
+        QVERIFY(!outline.isExpanded(bad));
+        QVERIFY(!outline.header(bad));
+        QVERIFY(!outline.widget(bad));
+    }
+    QCOMPARE(collapsed.count() + expanded.count(), 0);
+    QCOMPARE(outline.text(0), QStringLiteral("Title"));
+    outline.setText(0, QStringLiteral("New"));
+    QCOMPARE(outline.text(0), QStringLiteral("New"));
+
+    QWidget* header = outline.header(0);
+    QVERIFY(!header->font().bold());
+    outline.setHighlightedFontEnabled(0, true);
+    QVERIFY(header->font().bold());
+    const QColor highlight = outline.palette().color(QPalette::Highlight);
+    QVERIFY(header->palette().color(QPalette::ButtonText) != highlight);
+    outline.setHighlightedColorEnabled(0, true);
+    QCOMPARE(header->palette().color(QPalette::ButtonText), highlight);
+    QVERIFY(outline.isHighlightedColorEnabled(0) && outline.isHighlightedFontEnabled(0));
+
+    outline.setHighlightedFontEnabled(0, false);
+    outline.setHighlightedColorEnabled(0, false);
+    QVERIFY(!header->font().bold());
+    QVERIFY(header->palette().color(QPalette::ButtonText) != highlight);
+}
+
+void TestWidgets::progressWorkerCompletes()
+{
+    ProgressDialog dialog;
+    dialog.setWindowTitle(QStringLiteral("Импорт"));
+    dialog.setText(QStringLiteral("Импортирую..."));
+    auto* worker = new ScriptedWorker(&dialog);
+    QCOMPARE(worker->parent(), &dialog);
+
+    QVERIFY(dialog.execWorker(worker));
+    QCOMPARE(worker->runs, 1);
+    QCOMPARE(worker->stoppedAt, -1);
+    QVERIFY(worker->shownModal);
+    QCOMPARE(dialog.progress(), 100);
+    QVERIFY(!dialog.wasCancelled());
+    QVERIFY(!dialog.isVisible());
+    QCOMPARE(dialog.text(), QStringLiteral("Импортирую..."));
+}
+
+void TestWidgets::progressWorkerCancelled_data()
+{
+    QTest::addColumn<QString>("how");
+    QTest::newRow("cancel button") << QStringLiteral("button");
+    QTest::newRow("escape key") << QStringLiteral("escape");
+    QTest::newRow("window closed") << QStringLiteral("close");
+}
+
+void TestWidgets::progressWorkerCancelled()
+{
+    QFETCH(QString, how);
+
+    ProgressDialog dialog;
+    auto* worker = new ScriptedWorker(&dialog);
+    worker->iterations = 1000;
+    const int cancelAt = 3;
+    worker->step = [&](int i) {
+        if (i != cancelAt)
+            return;
+        if (how == QLatin1String("button")) {
+            auto* button = dialog.findChild<QPushButton*>(QStringLiteral("cancelButton"));
+            QVERIFY(button);
+            QCOMPARE(button->text(), QStringLiteral("Отмена"));
+            // Delivered by the worker's own processEvents, as a user's click would be.
+            QMetaObject::invokeMethod(button, "click", Qt::QueuedConnection);
+        } else if (how == QLatin1String("escape")) {
+            QTest::keyClick(&dialog, Qt::Key_Escape);
+        } else {
+            dialog.close();
+        }
+    };
+
+    QVERIFY(!dialog.execWorker(worker));
+    QCOMPARE(worker->stoppedAt, cancelAt);
+    QVERIFY(dialog.wasCancelled());
+    QVERIFY(!dialog.isVisible());
+    QVERIFY(!worker->processEvents()); // stays cancelled until the next run
+
+    // The dialog can run again, and a new run starts uncancelled.
+    auto* next = new ScriptedWorker(&dialog);
+    QVERIFY(dialog.execWorker(next));
+    QCOMPARE(next->stoppedAt, -1);
+    QVERIFY(!dialog.wasCancelled());
+}
+
+void TestWidgets::progressDialogRefusesBadCalls()
+{
+    ProgressDialog dialog;
+    QVERIFY(!dialog.execWorker(nullptr));
+
+    // A second worker while one runs is refused and leaves the first alone.
+    auto* outer = new ScriptedWorker(&dialog);
+    auto* inner = new ScriptedWorker(&dialog);
+    bool innerResult = true;
+    outer->step = [&](int i) {
+        if (i == 0)
+            innerResult = dialog.execWorker(inner);
+    };
+    QVERIFY(dialog.execWorker(outer));
+    QVERIFY(!innerResult);
+    QCOMPARE(inner->runs, 0);
+
+    dialog.setProgress(250);
+    QCOMPARE(dialog.progress(), 100);
+    dialog.setProgress(-5);
+    QCOMPARE(dialog.progress(), 0);
+}
+
+void TestWidgets::comboBoxSortedOrder_data()
+{
+    QTest::addColumn<int>("sensitivity");
+    QTest::addColumn<QStringList>("expected");
+    // Equal texts keep the model's order.
+    QTest::newRow("case sensitive")
+        << int(Qt::CaseSensitive) << QStringList{"B", "C", "a", "b", "Бета", "альфа"};
+    QTest::newRow("case insensitive")
+        << int(Qt::CaseInsensitive) << QStringList{"a", "b", "B", "C", "альфа", "Бета"};
+}
+
+void TestWidgets::comboBoxSortedOrder()
+{
+    QFETCH(int, sensitivity);
+    QFETCH(QStringList, expected);
+
+    QStandardItemModel model;
+    for (const char* text : {"b", "Бета", "B", "a", "C", "альфа"})
+        model.appendRow(
+            {new QStandardItem(QStringLiteral("x")), new QStandardItem(QString::fromUtf8(text))});
+    ComboBoxSorted box;
+    box.setSortedModel(&model, 1, 4, Qt::CaseSensitivity(sensitivity));
+    QCOMPARE(box.sourceModel(), &model);
+
+    QStringList shown;
+    for (int i = 0; i < box.count(); ++i)
+        shown << box.itemText(i);
+    QCOMPARE(shown, expected);
+    // The current item is the model's row given, wherever sorting put it.
+    QCOMPARE(box.currentText(), QStringLiteral("C"));
+    QCOMPARE(box.currentSourceIndex(), model.index(4, 1));
+
+    // The list stays sorted as the model changes, and the current item stays.
+    model.appendRow(
+        {new QStandardItem(QStringLiteral("x")), new QStandardItem(QStringLiteral("A"))});
+    QCOMPARE(box.itemText(sensitivity == Qt::CaseSensitive ? 0 : 1), QStringLiteral("A"));
+    QCOMPARE(box.currentText(), QStringLiteral("C"));
+
+    box.setCurrentIndex(0);
+    QCOMPARE(box.currentSourceIndex().data().toString(), box.itemText(0));
+
+    // Bad input: a row out of range leaves nothing current, a null model empties the box.
+    box.setSortedModel(&model, 1, 99, Qt::CaseSensitive);
+    QCOMPARE(box.currentIndex(), -1);
+    QVERIFY(!box.currentSourceIndex().isValid());
+    QStringListModel other({"z"});
+    box.setCurrentSourceIndex(other.index(0, 0));
+    QCOMPARE(box.currentIndex(), -1);
+    box.setSortedModel(nullptr, 0, 0, Qt::CaseSensitive);
+    QCOMPARE(box.count(), 0);
+}
+
+void TestWidgets::elideComboBoxElides()
+{
+    const QString longText = QStringLiteral("Счёт с очень длинным названием для проверки");
+    ElideComboBox box;
+    box.addItem(longText);
+    box.resize(1000, box.sizeHint().height());
+    QCOMPARE(box.displayedText(), longText);
+
+    box.resize(90, box.sizeHint().height());
+    const QString shown = box.displayedText();
+    QVERIFY(shown != longText);
+    QVERIFY(shown.endsWith(QChar(0x2026)));
+    QVERIFY(box.fontMetrics().horizontalAdvance(shown) < 90);
+
+    box.setElideMode(Qt::ElideLeft);
+    QVERIFY(box.displayedText().startsWith(QChar(0x2026)));
+
+    // An editable box shows its line edit, which scrolls instead.
+    box.setEditable(true);
+    QCOMPARE(box.displayedText(), longText);
+
+    // The sorted box is one of these.
+    ComboBoxSorted sorted;
+    QVERIFY(qobject_cast<ElideComboBox*>(&sorted));
+}
+
+void TestWidgets::windowHeaderButtons()
+{
+    QCOMPARE(int(WindowHeader::FloatButton), 1);
+
+    QMainWindow window;
+    auto* dock = new QDockWidget(QStringLiteral("Графики"), &window);
+    dock->setFeatures(QDockWidget::DockWidgetMovable);
+    dock->setWidget(new QLabel(QStringLiteral("plot")));
+    window.addDockWidget(Qt::LeftDockWidgetArea, dock);
+    auto* header = new WindowHeader(dock);
+    header->setMainWidget(dock);
+    dock->setTitleBarWidget(header);
+    window.show();
+    QVERIFY(dock->isVisible());
+
+    auto* floatButton = header->findChild<QToolButton*>(QStringLiteral("floatButton"));
+    auto* closeButton = header->findChild<QToolButton*>(QStringLiteral("closeButton"));
+    QVERIFY(floatButton && closeButton);
+    QSignalSpy floatClicks(header, &WindowHeader::floatClicked);
+    QSignalSpy closeClicks(header, &WindowHeader::closeClicked);
+
+    // A panel that must stay docked: the float button does nothing.
+    header->setBtnEnabled(WindowHeader::Button(1), false);
+    QVERIFY(!header->isBtnEnabled(WindowHeader::FloatButton));
+    QVERIFY(header->isBtnEnabled(WindowHeader::CloseButton));
+    QTest::mouseClick(floatButton, Qt::LeftButton);
+    QCOMPARE(floatClicks.count(), 0);
+    QVERIFY(!dock->isFloating());
+
+    header->setBtnEnabled(WindowHeader::FloatButton, true);
+    QTest::mouseClick(floatButton, Qt::LeftButton);
+    QCOMPARE(floatClicks.count(), 1);
+    QVERIFY(dock->isFloating());
+    QTest::mouseClick(floatButton, Qt::LeftButton);
+    QVERIFY(!dock->isFloating());
+
+    // Closing works whatever the dock's own features say.
+    QTest::mouseClick(closeButton, Qt::LeftButton);
+    QCOMPARE(closeClicks.count(), 1);
+    QVERIFY(!dock->isVisible());
+
+    header->setBtnEnabled(WindowHeader::Button(7), false); // no such button: ignored
+    QVERIFY(!header->isBtnEnabled(WindowHeader::Button(7)));
+}
+
+void TestWidgets::windowHeaderTitleAndColor()
+{
+    QWidget panel;
+    panel.setWindowTitle(QStringLiteral("Реальный портфель"));
+    ColoredHeader header;
+    QVERIFY(header.title().isEmpty());
+    header.setMainWidget(&panel);
+    QCOMPARE(header.title(), QStringLiteral("Реальный портфель"));
+    panel.setWindowTitle(QStringLiteral("Модельный портфель"));
+    QCOMPARE(header.title(), QStringLiteral("Модельный портфель"));
+    QVERIFY(header.sizeHint().width() >
+            header.fontMetrics().horizontalAdvance(QStringLiteral("Модельный портфель")));
+
+    // The bar is painted in the colour a subclass gives.
+    header.resize(300, header.sizeHint().height());
+    QImage image(header.size(), QImage::Format_ARGB32);
+    header.render(&image);
+    QCOMPARE(QColor(image.pixel(1, 1)), QColor(10, 120, 30));
+
+    // The panel may go first.
+    {
+        QWidget gone;
+        gone.setWindowTitle(QStringLiteral("x"));
+        header.setMainWidget(&gone);
+    }
+    QVERIFY(header.title().isEmpty());
+    QTest::mouseClick(header.findChild<QToolButton*>(QStringLiteral("closeButton")),
+                      Qt::LeftButton);
+}
+
+void TestWidgets::virtualSlots()
+{
+    // The hooks that plug-ins override come right after the base class's own virtuals, in
+    // this order.
+    const int afterObject = vtableSlot(&ObjectProbe::firstNewVirtual);
+    QVERIFY(afterObject > 0);
+    QCOMPARE(vtableSlot(&ProgressWorker::run), afterObject);
+
+    const int afterWidget = vtableSlot(&WidgetProbe::firstNewVirtual);
+    QVERIFY(afterWidget > afterObject);
+    QCOMPARE(vtableSlot(&WindowHeader::titleColor), afterWidget);
+
+    const int afterMenu = vtableSlot(&MenuProbe::firstNewVirtual);
+    QCOMPARE(vtableSlot(&ModelMenu::setModel), afterMenu);
+    QCOMPARE(ModelMenuAccess::prePopulateSlot(), afterMenu + 1);
+    QCOMPARE(ModelMenuAccess::postPopulatedSlot(), afterMenu + 2);
+    QCOMPARE(ModelMenuAccess::createBaseMenuSlot(), afterMenu + 3);
+}
+
+QTEST_MAIN(TestWidgets)
+#include "tst_widgets.moc"
