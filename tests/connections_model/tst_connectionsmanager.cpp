@@ -3,27 +3,18 @@
 #include <QSignalSpy>
 #include <QtTest>
 
+#include <limits>
+
 class TestConnectionsManager : public QObject
 {
     Q_OBJECT
 private slots:
-    void instanceIsOneObject();
     void addingNamesTransports();
-    void unknownTransportReadsAsDisconnected_data();
-    void unknownTransportReadsAsDisconnected();
-    void changesOfUnknownTransportsAreIgnored();
-    void serverTimeAnnouncedOnlyOnChange();
-    void statusAnnouncedOnlyOnChange();
-    void transportsShowCurrentState();
+    void unknownTransports_data();
+    void unknownTransports();
+    void changesAnnouncedOnlyOnChange();
     void serverTimeTravelsQueued();
 };
-
-void TestConnectionsManager::instanceIsOneObject()
-{
-    ConnectionsManager* first = ConnectionsManager::instance();
-    QVERIFY(first);
-    QCOMPARE(ConnectionsManager::instance(), first);
-}
 
 void TestConnectionsManager::addingNamesTransports()
 {
@@ -36,129 +27,79 @@ void TestConnectionsManager::addingNamesTransports()
     QTest::ignoreMessage(QtWarningMsg, QRegularExpression("needs a name"));
     QCOMPARE(m.addTransport(QString()), -1);
 
-    QCOMPARE(m.count(), 2);
     QCOMPARE(added.count(), 2);
-    QCOMPARE(added.at(1).at(0).toInt(), 1);
     QCOMPARE(m.index(QStringLiteral("QUOTES")), 1);
-    QCOMPARE(m.transportName(1), QStringLiteral("QUOTES"));
-    // Names are case-sensitive.
     QCOMPARE(m.index(QStringLiteral("kestrel")), -1);
-    // A new transport is disconnected and knows no time.
+    QCOMPARE(m.transportName(1), QStringLiteral("QUOTES"));
+    QCOMPARE(m.transports().at(1)->name(), QStringLiteral("QUOTES"));
     QCOMPARE(m.transportStatus(0), ITransport::Disconnected);
-    QCOMPARE(m.transportTime(0), datetime());
+    QVERIFY(m.transportTime(0).isNull());
 }
 
-void TestConnectionsManager::unknownTransportReadsAsDisconnected_data()
+void TestConnectionsManager::unknownTransports_data()
 {
     QTest::addColumn<int>("index");
     QTest::newRow("negative") << -1;
-    QTest::newRow("very negative") << std::numeric_limits<int>::min();
+    QTest::newRow("lowest") << std::numeric_limits<int>::min();
     QTest::newRow("one past the end") << 1;
-    QTest::newRow("far past the end") << std::numeric_limits<int>::max();
+    QTest::newRow("highest") << std::numeric_limits<int>::max();
 }
 
-void TestConnectionsManager::unknownTransportReadsAsDisconnected()
+void TestConnectionsManager::unknownTransports()
 {
     QFETCH(int, index);
     ConnectionsManager m;
     const int known = m.addTransport(QStringLiteral("KESTREL"));
     m.setTransportStatus(known, ITransport::Connected);
     m.setTransportTime(known, datetime(QDate(2030, 1, 2)));
+    QSignalSpy times(&m, &ConnectionsManager::serverTimeChanged);
+    QSignalSpy statuses(&m, &ConnectionsManager::transportStatusChanged);
 
     QCOMPARE(m.transportName(index), QString());
     QVERIFY(m.transportTime(index).isNull());
     QCOMPARE(int(m.transportStatus(index)), 0);
-    QVERIFY(!m.isConnected(index));
     QCOMPARE(m.index(QStringLiteral("NOSUCH")), -1);
-    QCOMPARE(m.index(QString()), -1);
-}
 
-void TestConnectionsManager::changesOfUnknownTransportsAreIgnored()
-{
-    ConnectionsManager m;
-    m.addTransport(QStringLiteral("KESTREL"));
-    QSignalSpy times(&m, &ConnectionsManager::serverTimeChanged);
-    QSignalSpy statuses(&m, &ConnectionsManager::transportStatusChanged);
-
-    m.setTransportTime(-1, datetime(QDate(2030, 1, 2)));
-    m.setTransportTime(1, datetime(QDate(2030, 1, 2)));
-    m.setTransportStatus(5, ITransport::Connected);
+    m.setTransportTime(index, datetime(QDate(2030, 1, 3)));
+    m.setTransportStatus(index, ITransport::Disconnected);
     // A number outside the statuses leaves a known transport as it was.
-    m.setTransportStatus(0, static_cast<ITransport::Status>(7));
-
+    m.setTransportStatus(known, static_cast<ITransport::Status>(7));
     QCOMPARE(times.count(), 0);
     QCOMPARE(statuses.count(), 0);
-    QCOMPARE(m.transportStatus(0), ITransport::Disconnected);
-    QCOMPARE(m.transportTime(0), datetime());
+    QCOMPARE(m.transportStatus(known), ITransport::Connected);
+    QCOMPARE(m.transportTime(known), datetime(QDate(2030, 1, 2)));
 }
 
-void TestConnectionsManager::serverTimeAnnouncedOnlyOnChange()
+void TestConnectionsManager::changesAnnouncedOnlyOnChange()
 {
     ConnectionsManager m;
     m.addTransport(QStringLiteral("QUOTES"));
     const int kestrel = m.addTransport(QStringLiteral("KESTREL"));
-    QSignalSpy spy(&m, &ConnectionsManager::serverTimeChanged);
+    QSignalSpy times(&m, &ConnectionsManager::serverTimeChanged);
+    QSignalSpy statuses(&m, &ConnectionsManager::transportStatusChanged);
     const datetime first(QDate(2030, 3, 4));
-    const datetime second = first + 1;
 
     m.setTransportTime(kestrel, first);
     m.setTransportTime(kestrel, first);
-    QCOMPARE(spy.count(), 1);
-    QCOMPARE(spy.at(0).at(0).toInt(), kestrel);
-    QCOMPARE(spy.at(0).at(1).value<datetime>(), first);
-    QCOMPARE(m.transportTime(kestrel), first);
-
-    // A millisecond is a change.
-    m.setTransportTime(kestrel, second);
-    QCOMPARE(spy.count(), 2);
-    QCOMPARE(spy.at(1).at(1).value<datetime>(), second);
-
-    // Forgetting the time is a change too, announced with a null time.
+    m.setTransportTime(kestrel, first + 1);  // a millisecond is a change
+    m.setTransportTime(kestrel, datetime()); // and so is forgetting the time
     m.setTransportTime(kestrel, datetime());
-    m.setTransportTime(kestrel, datetime());
-    QCOMPARE(spy.count(), 3);
-    QVERIFY(spy.at(2).at(1).value<datetime>().isNull());
-    QVERIFY(m.transportTime(kestrel).isNull());
+    QCOMPARE(times.count(), 3);
+    QCOMPARE(times.at(0).at(0).toInt(), kestrel);
+    QCOMPARE(times.at(0).at(1).value<datetime>(), first);
+    QCOMPARE(times.at(1).at(1).value<datetime>(), first + 1);
+    QVERIFY(times.at(2).at(1).value<datetime>().isNull());
+
+    m.setTransportStatus(kestrel, ITransport::Connecting);
+    m.setTransportStatus(kestrel, ITransport::Connected);
+    m.setTransportStatus(kestrel, ITransport::Connected);
+    QCOMPARE(statuses.count(), 2);
+    QCOMPARE(statuses.at(1).at(1).toInt(), 3);
+    QVERIFY(m.isConnected(kestrel));
+    QVERIFY(m.transports().at(kestrel)->isConnected());
     // The other transport was never touched.
+    QVERIFY(!m.isConnected(0));
     QVERIFY(m.transportTime(0).isNull());
-}
-
-void TestConnectionsManager::statusAnnouncedOnlyOnChange()
-{
-    ConnectionsManager m;
-    const int t = m.addTransport(QStringLiteral("KESTREL"));
-    QSignalSpy spy(&m, &ConnectionsManager::transportStatusChanged);
-
-    m.setTransportStatus(t, ITransport::Connecting);
-    m.setTransportStatus(t, ITransport::Connected);
-    m.setTransportStatus(t, ITransport::Connected);
-    QCOMPARE(spy.count(), 2);
-    QCOMPARE(spy.at(1).at(1).toInt(), 3);
-    QCOMPARE(int(m.transportStatus(t)), 3);
-    QVERIFY(m.isConnected(t));
-
-    m.setTransportStatus(t, ITransport::Disconnected);
-    QCOMPARE(spy.count(), 3);
-    QVERIFY(!m.isConnected(t));
-}
-
-void TestConnectionsManager::transportsShowCurrentState()
-{
-    ConnectionsManager m;
-    m.addTransport(QStringLiteral("QUOTES"));
-    const int t = m.addTransport(QStringLiteral("KESTREL"));
-    const QList<ITransport*> list = m.transports();
-    QCOMPARE(list.size(), 2);
-    QCOMPARE(list.at(0)->name(), QStringLiteral("QUOTES"));
-
-    // The list holds the transports themselves, not copies of their state.
-    m.setTransportStatus(t, ITransport::Connected);
-    m.setTransportTime(t, datetime(QDate(2030, 5, 6)));
-    QCOMPARE(list.at(t)->name(), QStringLiteral("KESTREL"));
-    QCOMPARE(list.at(t)->status(), ITransport::Connected);
-    QVERIFY(list.at(t)->isConnected());
-    QCOMPARE(list.at(t)->serverTime(), datetime(QDate(2030, 5, 6)));
-    QVERIFY(!list.at(0)->isConnected());
 }
 
 void TestConnectionsManager::serverTimeTravelsQueued()
@@ -167,23 +108,17 @@ void TestConnectionsManager::serverTimeTravelsQueued()
     // call: the type must be known to the meta-type system by its name.
     ConnectionsManager m;
     const int t = m.addTransport(QStringLiteral("KESTREL"));
-    int receivedIndex = -1;
     datetime received;
     QObject receiver;
     connect(
         &m, &ConnectionsManager::serverTimeChanged, &receiver,
-        [&](int index, datetime time) {
-            receivedIndex = index;
-            received = time;
-        },
-        Qt::QueuedConnection);
+        [&](int, datetime time) { received = time; }, Qt::QueuedConnection);
     QSignalSpy byText(&m, SIGNAL(serverTimeChanged(int, datetime)));
     QVERIFY(byText.isValid());
 
     m.setTransportTime(t, datetime(QDate(2031, 7, 8)));
-    QCOMPARE(receivedIndex, -1);
+    QVERIFY(received.isNull());
     QCoreApplication::sendPostedEvents();
-    QCOMPARE(receivedIndex, t);
     QCOMPARE(received, datetime(QDate(2031, 7, 8)));
     QCOMPARE(byText.count(), 1);
 }

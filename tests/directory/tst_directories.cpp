@@ -251,16 +251,9 @@ void TestDirectories::secTypeNames()
 {
     QFETCH(QString, key);
     QFETCH(QString, name);
-    // The key comes from a cell of the column sectype.
-    Table table(QStringLiteral("t"));
-    table.addColumn(QStringLiteral("sectype"), FieldType::String, 1, true, QStringLiteral("Тип"));
-    Record r(&table);
-    r.data(0) = key;
-    QCOMPARE(SecTypeDirectory::i().nameByKey(r.data(0)), name);
     QCOMPARE(SecTypeDirectory::i().nameByKey(FieldConstValue(key)), name);
     // A cell never written holds no code.
-    const Record unwritten(&table);
-    QCOMPARE(SecTypeDirectory::i().nameByKey(unwritten.data(0)), QString());
+    QCOMPARE(SecTypeDirectory::i().nameByKey(FieldValue(FieldType::String, 1)), QString());
 }
 
 void TestDirectories::optionTypeNames_data()
