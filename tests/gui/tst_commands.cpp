@@ -6,7 +6,7 @@
 #include "database/settings.h"
 
 #include "menutext.h"
-#include "vtableslot.h"
+#include "support/vtableslot.h"
 
 #include <QApplication>
 #include <QLineEdit>

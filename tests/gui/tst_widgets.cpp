@@ -7,7 +7,7 @@
 #include "gui/windowheader.h"
 
 #include "menutext.h"
-#include "vtableslot.h"
+#include "support/vtableslot.h"
 
 #include <QDockWidget>
 #include <QImage>

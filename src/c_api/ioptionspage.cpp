@@ -1,0 +1,3 @@
+#include "ioptionspage.h"
+
+IOptionsPage::~IOptionsPage() = default;

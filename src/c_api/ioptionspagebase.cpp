@@ -1,0 +1,8 @@
+#include "ioptionspagebase.h"
+
+IOptionsPageBase::~IOptionsPageBase() = default;
+
+bool IOptionsPageBase::matches(const QString&) const
+{
+    return false;
+}

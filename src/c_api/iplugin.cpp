@@ -1,0 +1,7 @@
+#include "iplugin.h"
+
+IPlugin::~IPlugin() = default;
+
+void IPlugin::pluginHookFirst() {}
+
+void IPlugin::pluginHookSecond() {}

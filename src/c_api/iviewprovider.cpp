@@ -1,0 +1,3 @@
+#include "iviewprovider.h"
+
+IViewProvider::~IViewProvider() = default;

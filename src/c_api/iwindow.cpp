@@ -1,0 +1,3 @@
+#include "iwindow.h"
+
+IWindow::~IWindow() = default;
