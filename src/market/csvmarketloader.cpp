@@ -52,8 +52,7 @@ bool parseDatetime(const QString& text, datetime* out)
 
 } // namespace
 
-CsvMarketLoader::CsvMarketLoader(MarketTables* tables, QObject* parent)
-    : MarketFeed(tables, parent)
+CsvMarketLoader::CsvMarketLoader(MarketTables* tables, QObject* parent) : MarketFeed(tables, parent)
 {
 }
 
@@ -201,7 +200,8 @@ bool CsvMarketLoader::loadFile(Table* table, const QString& filePath)
             Field cell = row.data(columns.at(c));
             if (def.type == FieldType::String) {
                 if (value.size() > def.length)
-                    reason = tr("текст длиннее %1 знаков в столбце %2").arg(def.length).arg(def.name);
+                    reason =
+                        tr("текст длиннее %1 знаков в столбце %2").arg(def.length).arg(def.name);
                 else if (!value.isEmpty() || !def.nullable)
                     cell = value;
                 continue;
@@ -274,7 +274,8 @@ bool CsvMarketLoader::loadFile(Table* table, const QString& filePath)
             const QString keyText = key->toText(row);
             const int first = keyLines.value(keyText, 0);
             if (first > 0) {
-                fail(lineNumber, tr("ключ %1 повторяет строку %2").arg(keyText, QString::number(first)));
+                fail(lineNumber,
+                     tr("ключ %1 повторяет строку %2").arg(keyText, QString::number(first)));
                 continue;
             }
             keyLines.insert(keyText, lineNumber);

@@ -1,8 +1,6 @@
 #include "marketfeed.h"
 
-MarketFeed::MarketFeed(MarketTables* tables, QObject* parent) : QObject(parent), m_tables(tables)
-{
-}
+MarketFeed::MarketFeed(MarketTables* tables, QObject* parent) : QObject(parent), m_tables(tables) {}
 
 MarketFeed::~MarketFeed() = default;
 

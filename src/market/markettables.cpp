@@ -24,26 +24,23 @@ MarketTables::SecuritiesColumns::SecuritiesColumns(const Table* t)
     : stockId(column(t, "stock_id")), boardId(column(t, "board_id")), secId(column(t, "sec_id")),
       secName(column(t, "sec_name")), secFullname(column(t, "sec_fullname")),
       sectype(column(t, "sectype")), optionType(column(t, "option_type")),
-      baseCode(column(t, "base_code")), strike(column(t, "strike")),
-      expdate(column(t, "expdate")), decimals(column(t, "decimals")),
-      priceStep(column(t, "price_step")), volat(column(t, "volat")),
-      theorPrice(column(t, "theor_price")), delta(column(t, "delta")),
+      baseCode(column(t, "base_code")), strike(column(t, "strike")), expdate(column(t, "expdate")),
+      decimals(column(t, "decimals")), priceStep(column(t, "price_step")),
+      volat(column(t, "volat")), theorPrice(column(t, "theor_price")), delta(column(t, "delta")),
       gamma(column(t, "gamma")), vega(column(t, "vega")), theta(column(t, "theta")),
       bid(column(t, "bid")), ask(column(t, "ask")), price(column(t, "price")),
       curKotirReal(column(t, "cur_kotir_real")), curKotir(column(t, "cur_kotir")),
       oldKotir(column(t, "old_kotir")), volatMin(column(t, "volat_min")),
       volatMax(column(t, "volat_max")), baseIsinId(column(t, "base_isin_id")),
       mainSecId(column(t, "main_sec_id")), isinId(column(t, "isin_id")),
-      europe(column(t, "europe")), lasttime(column(t, "lasttime")),
-      lotSize(column(t, "lot_size"))
+      europe(column(t, "europe")), lasttime(column(t, "lasttime")), lotSize(column(t, "lot_size"))
 {
 }
 
 MarketTables::PositionsColumns::PositionsColumns(const Table* t)
-    : account(column(t, "account")), stockId(column(t, "stock_id")),
-      boardId(column(t, "board_id")), secId(column(t, "sec_id")),
-      secName(column(t, "sec_name")), sectype(column(t, "sectype")), pos(column(t, "pos")),
-      waprice(column(t, "waprice")), expdate(column(t, "expdate"))
+    : account(column(t, "account")), stockId(column(t, "stock_id")), boardId(column(t, "board_id")),
+      secId(column(t, "sec_id")), secName(column(t, "sec_name")), sectype(column(t, "sectype")),
+      pos(column(t, "pos")), waprice(column(t, "waprice")), expdate(column(t, "expdate"))
 {
 }
 
@@ -128,16 +125,16 @@ Table* MarketTables::createSecurities(QObject* parent)
                  tr("Лучшая цена предложения"));
     t->addColumn(QStringLiteral("price"), Dec, PriceScale, true, tr("Последняя"), true,
                  tr("Цена последней сделки"));
-    t->addColumn(QStringLiteral("cur_kotir_real"), Dec, PriceScale, true, tr("Текущая цена"),
-                 true, tr("Текущая котировка инструмента"));
+    t->addColumn(QStringLiteral("cur_kotir_real"), Dec, PriceScale, true, tr("Текущая цена"), true,
+                 tr("Текущая котировка инструмента"));
     t->addColumn(QStringLiteral("cur_kotir"), Dec, PriceScale, true, tr("Котировка"), false,
                  tr("Котировка инструмента для расчётов"));
     t->addColumn(QStringLiteral("old_kotir"), Dec, PriceScale, true, tr("Расчётная цена"), true,
                  tr("Расчётная цена предыдущей торговой сессии"));
-    t->addColumn(QStringLiteral("volat_min"), Dec, VolatLimitScale, true, tr("Мин. волат."),
-                 false, tr("Нижняя граница волатильности опциона, %"));
-    t->addColumn(QStringLiteral("volat_max"), Dec, VolatLimitScale, true, tr("Макс. волат."),
-                 false, tr("Верхняя граница волатильности опциона, %"));
+    t->addColumn(QStringLiteral("volat_min"), Dec, VolatLimitScale, true, tr("Мин. волат."), false,
+                 tr("Нижняя граница волатильности опциона, %"));
+    t->addColumn(QStringLiteral("volat_max"), Dec, VolatLimitScale, true, tr("Макс. волат."), false,
+                 tr("Верхняя граница волатильности опциона, %"));
     t->addColumn(QStringLiteral("base_isin_id"), Int, 0, true, tr("Серия"), false,
                  tr("Код серии опционов: ключ коэффициентов улыбки волатильности"));
     t->addColumn(QStringLiteral("main_sec_id"), Int64, 0, true, tr("Базовый фьючерс"), false,
@@ -171,8 +168,8 @@ Table* MarketTables::createPositions(QObject* parent)
                  tr("Тип инструмента: F — фьючерс, O — опцион"));
     t->addColumn(QStringLiteral("pos"), FieldType::Integer64, 0, true, tr("Позиция"), true,
                  tr("Чистая позиция, контрактов: больше нуля — длинная, меньше — короткая"));
-    t->addColumn(QStringLiteral("waprice"), FieldType::Decimal, PriceScale, true,
-                 tr("Ср. цена"), true, tr("Средневзвешенная цена открытия позиции"));
+    t->addColumn(QStringLiteral("waprice"), FieldType::Decimal, PriceScale, true, tr("Ср. цена"),
+                 true, tr("Средневзвешенная цена открытия позиции"));
     t->addColumn(QStringLiteral("expdate"), FieldType::DateTime, 0, true, tr("Исполнение"), true,
                  tr("Дата исполнения инструмента"));
     return t;
@@ -181,8 +178,7 @@ Table* MarketTables::createPositions(QObject* parent)
 Table* MarketTables::createVolatCoeff(QObject* parent)
 {
     auto* t = new Table(volatCoeffName(), tr("Коэффициенты улыбки волатильности"), parent);
-    t->addColumn(IsinId, FieldType::Integer, 0, false, tr("Серия"), true,
-                 tr("Код серии опционов"));
+    t->addColumn(IsinId, FieldType::Integer, 0, false, tr("Серия"), true, tr("Код серии опционов"));
     t->setMasterIndex(MasterIndex_Struct<int>::create(t, {IsinId}));
     const struct
     {

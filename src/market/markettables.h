@@ -29,10 +29,10 @@ public:
     struct SecuritiesColumns
     {
         explicit SecuritiesColumns(const Table* table);
-        int stockId, boardId, secId, secName, secFullname, sectype, optionType, baseCode,
-            strike, expdate, decimals, priceStep, volat, theorPrice, delta, gamma, vega, theta,
-            bid, ask, price, curKotirReal, curKotir, oldKotir, volatMin, volatMax, baseIsinId,
-            mainSecId, isinId, europe, lasttime, lotSize;
+        int stockId, boardId, secId, secName, secFullname, sectype, optionType, baseCode, strike,
+            expdate, decimals, priceStep, volat, theorPrice, delta, gamma, vega, theta, bid, ask,
+            price, curKotirReal, curKotir, oldKotir, volatMin, volatMax, baseIsinId, mainSecId,
+            isinId, europe, lasttime, lotSize;
     };
 
     // Column numbers of "positions".

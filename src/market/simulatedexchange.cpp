@@ -54,10 +54,10 @@ struct AssetSpec
 const AssetSpec AssetSpecs[] = {
     {"IDX", QT_TRANSLATE_NOOP("SimulatedExchange", "индекс голубых фишек"), 112340, 10 * PriceUnit,
      0, 2500 * PriceUnit, 20, 40, 24, 6, 1.5, -4, 0.08, 5},
-    {"USDRUB", QT_TRANSLATE_NOOP("SimulatedExchange", "курс доллар США — российский рубль"),
-     92460, PriceUnit, 0, 500 * PriceUnit, 20, 30, 12, 4, 2, 1.5, 0.12, 5},
-    {"BRENT", QT_TRANSLATE_NOOP("SimulatedExchange", "нефть сорта Brent"), 82.37, 100, 2, 5000,
-     24, 36, 33, 8, 1, -2, -0.02, 3},
+    {"USDRUB", QT_TRANSLATE_NOOP("SimulatedExchange", "курс доллар США — российский рубль"), 92460,
+     PriceUnit, 0, 500 * PriceUnit, 20, 30, 12, 4, 2, 1.5, 0.12, 5},
+    {"BRENT", QT_TRANSLATE_NOOP("SimulatedExchange", "нефть сорта Brent"), 82.37, 100, 2, 5000, 24,
+     36, 33, 8, 1, -2, -0.02, 3},
     {"IDXB", QT_TRANSLATE_NOOP("SimulatedExchange", "индекс банковского сектора"), 14560,
      10 * PriceUnit, 0, 250 * PriceUnit, 20, 40, 28, 7, 1.5, -5, 0.08, 5},
     {"EURRUB", QT_TRANSLATE_NOOP("SimulatedExchange", "курс евро — российский рубль"), 99870,
@@ -68,8 +68,8 @@ const AssetSpec AssetSpecs[] = {
      10 * PriceUnit, 0, 500 * PriceUnit, 20, 40, 26, 6, 1.5, -4, 0.07, 5},
     {"CNYRUB", QT_TRANSLATE_NOOP("SimulatedExchange", "курс китайский юань — российский рубль"),
      12650, PriceUnit, 0, 100 * PriceUnit, 20, 30, 10, 3, 2, 1, 0.09, 3},
-    {"SILV", QT_TRANSLATE_NOOP("SimulatedExchange", "серебро"), 28.45, 100, 2, 2500, 24, 36, 27,
-     7, 1, 1.5, 0.03, 3},
+    {"SILV", QT_TRANSLATE_NOOP("SimulatedExchange", "серебро"), 28.45, 100, 2, 2500, 24, 36, 27, 7,
+     1, 1.5, 0.03, 3},
     {"IDXM", QT_TRANSLATE_NOOP("SimulatedExchange", "индекс металлургического сектора"), 8750,
      10 * PriceUnit, 0, 250 * PriceUnit, 20, 40, 30, 7, 1.5, -4, 0.07, 4},
     {"GBPRUB", QT_TRANSLATE_NOOP("SimulatedExchange", "курс фунт стерлингов — российский рубль"),
@@ -116,7 +116,9 @@ double rounded(double value, int scale)
 
 QString monthCode(const QDate& date)
 {
-    return QStringLiteral("%1.%2").arg(date.month()).arg(date.year() % 100, 2, 10, QLatin1Char('0'));
+    return QStringLiteral("%1.%2")
+        .arg(date.month())
+        .arg(date.year() % 100, 2, 10, QLatin1Char('0'));
 }
 
 } // namespace
@@ -127,7 +129,7 @@ struct SimulatedExchange::Private
     {
         const AssetSpec* spec;
         QString code;
-        double stepValue; // the step as a number
+        double stepValue;  // the step as a number
         qint64 floorSteps; // a walk does not go below this
         QVector<int> futures;
     };
@@ -173,8 +175,8 @@ struct SimulatedExchange::Private
 
     qint64 clock() const;
     void list();
-    void listAsset(const AssetSpec& spec, const Listing& listing,
-                   const QVector<QDate>& quarterly, const QVector<QPair<QDate, bool>>& series);
+    void listAsset(const AssetSpec& spec, const Listing& listing, const QVector<QDate>& quarterly,
+                   const QVector<QPair<QDate, bool>>& series);
     void listPositions();
     void addPosition(const QString& account, const Record& security, qint64 secId, qint64 pos,
                      const decimal& waprice);
@@ -231,9 +233,9 @@ struct SimulatedExchange::Private
 
 SimulatedExchange::Private::Private(SimulatedExchange* owner, MarketTables* tables,
                                     const Options& o)
-    : q(owner), options(o), securities(tables->securities()),
-      positionsTable(tables->positions()), volatCoeff(tables->volatCoeff()), sc(securities),
-      pc(positionsTable), vc(volatCoeff), random(o.seed)
+    : q(owner), options(o), securities(tables->securities()), positionsTable(tables->positions()),
+      volatCoeff(tables->volatCoeff()), sc(securities), pc(positionsTable), vc(volatCoeff),
+      random(o.seed)
 {
     options.tickRate = qBound(1, options.tickRate, 1000);
     intervalMs = 1000 / options.tickRate;
@@ -295,9 +297,10 @@ void SimulatedExchange::Private::list()
         if (!listed(thursday))
             continue;
         ++added;
-        const bool monthly = std::any_of(
-            seriesDates.begin(), seriesDates.end(),
-            [&](const QPair<QDate, bool>& s) { return !s.second && s.first == thursday; });
+        const bool monthly =
+            std::any_of(seriesDates.begin(), seriesDates.end(), [&](const QPair<QDate, bool>& s) {
+                return !s.second && s.first == thursday;
+            });
         if (!monthly)
             seriesDates.append({thursday, true});
     }
@@ -349,8 +352,8 @@ void SimulatedExchange::Private::listAsset(const AssetSpec& spec, const Listing&
         f.secId = nextSecId++;
         f.endMs = tradingEnd(expiry);
         const double years = double(f.endMs - nowMs) / 1000.0 / SecondsPerYear;
-        setFuturePrice(f, qMax<qint64>(1, std::llround(double(startSteps) *
-                                                       (1.0 + spec.carry * years))));
+        setFuturePrice(
+            f, qMax<qint64>(1, std::llround(double(startSteps) * (1.0 + spec.carry * years))));
         f.row = newSecurity(f.secId, FuturesBoard, asset, expiry);
         const QString name = QStringLiteral("%1-%2").arg(asset.code, monthCode(expiry));
         f.row.data(sc.secName) = name;
@@ -397,10 +400,11 @@ void SimulatedExchange::Private::listAsset(const AssetSpec& spec, const Listing&
         s.coefficients.data(vc.isinId) = s.isinId;
         writeCoefficients(s);
 
-        const int strikes = qBound(20,
-                                   int(std::lround((weekly ? spec.weeklyStrikes : spec.monthlyStrikes) *
-                                                   listing.strikeScale)),
-                                   60);
+        const int strikes =
+            qBound(20,
+                   int(std::lround((weekly ? spec.weeklyStrikes : spec.monthlyStrikes) *
+                                   listing.strikeScale)),
+                   60);
         const qint64 baseMantissa = base.steps * spec.step;
         const qint64 center =
             qint64(std::llround(double(baseMantissa) / double(spec.strikeStep))) * spec.strikeStep;
@@ -420,9 +424,9 @@ void SimulatedExchange::Private::listAsset(const AssetSpec& spec, const Listing&
                 o.strike = strike.toDouble();
                 o.put = put;
                 o.row = newSecurity(o.secId, OptionsBoard, assets[assetIndex], expiry);
-                o.row.data(sc.secName) = QStringLiteral("%1 %2%3 %4")
-                                             .arg(futureName, QLatin1String(put ? "P" : "C"),
-                                                  strikeText, shortDate);
+                o.row.data(sc.secName) =
+                    QStringLiteral("%1 %2%3 %4")
+                        .arg(futureName, QLatin1String(put ? "P" : "C"), strikeText, shortDate);
                 o.row.data(sc.secFullname) =
                     SimulatedExchange::tr("Опцион %1 на фьючерс %2, страйк %3, исп. %4")
                         .arg(put ? SimulatedExchange::tr("пут") : SimulatedExchange::tr("колл"),
@@ -430,8 +434,10 @@ void SimulatedExchange::Private::listAsset(const AssetSpec& spec, const Listing&
                 o.row.data(sc.sectype) = QStringLiteral("O");
                 o.row.data(sc.optionType) = QLatin1String(put ? "P" : "C");
                 o.row.data(sc.strike) = strike;
-                o.row.data(sc.volatMin) = decimal::fromDouble(s.volatMin, MarketTables::VolatLimitScale);
-                o.row.data(sc.volatMax) = decimal::fromDouble(s.volatMax, MarketTables::VolatLimitScale);
+                o.row.data(sc.volatMin) =
+                    decimal::fromDouble(s.volatMin, MarketTables::VolatLimitScale);
+                o.row.data(sc.volatMax) =
+                    decimal::fromDouble(s.volatMax, MarketTables::VolatLimitScale);
                 o.row.data(sc.baseIsinId) = s.isinId;
                 o.row.data(sc.mainSecId) = static_cast<long long>(base.secId);
                 o.row.data(sc.isinId) = int(o.secId);
@@ -475,8 +481,8 @@ void SimulatedExchange::Private::listPositions()
                 for (int n = 0; n < 2; ++n) {
                     const int k = qBound(0, strikes / 2 + random.between(-3, 3), strikes - 1);
                     const Option& o = optionRows[s.firstOption + 2 * k + random.below(2)];
-                    const qint64 lastSteps = std::llround(
-                        o.row.data(sc.price).toDouble() / asset.stepValue);
+                    const qint64 lastSteps =
+                        std::llround(o.row.data(sc.price).toDouble() / asset.stepValue);
                     const qint64 cost = qMax<qint64>(1, lastSteps + random.between(-5, 5));
                     addPosition(accounts[account], o.row, o.secId,
                                 random.sign() * random.between(1, 20), priceOfSteps(asset, cost));
@@ -552,8 +558,8 @@ void SimulatedExchange::Private::writeOption(Option& o, bool listing)
     in.s = s.s;
     in.volatLow = s.volatMin;
     in.volatHigh = s.volatMax;
-    const decimal volat = decimal::fromDouble(
-        qBound(s.volatMin, smileVolatility(in), s.volatMax), MarketTables::VolatScale);
+    const decimal volat = decimal::fromDouble(qBound(s.volatMin, smileVolatility(in), s.volatMax),
+                                              MarketTables::VolatScale);
     VolatOutputParams out;
     calcVolatParams(out, in, volat.toDouble());
     const double theor = o.put ? out.putPrice : out.callPrice;
@@ -684,9 +690,9 @@ void SimulatedExchange::Private::driftSmile(int index)
                   MarketTables::CoeffScale);
     s.b = rounded(qBound(0.0, s.b + random.uniform(-0.05, 0.05), 2.0 * spec.b),
                   MarketTables::CoeffScale);
-    s.d = rounded(qBound(-2.0 * std::abs(spec.d), s.d + random.uniform(-0.05, 0.05),
-                         2.0 * std::abs(spec.d)),
-                  MarketTables::CoeffScale);
+    s.d = rounded(
+        qBound(-2.0 * std::abs(spec.d), s.d + random.uniform(-0.05, 0.05), 2.0 * std::abs(spec.d)),
+        MarketTables::CoeffScale);
     s.s = rounded(qBound(-0.1, s.s + random.uniform(-0.01, 0.01), 0.1), MarketTables::CoeffScale);
     writeCoefficients(s);
     volatCoeff->updated(s.coefficients, vc.a, vc.s);
@@ -742,8 +748,7 @@ SimulatedExchange::SimulatedExchange(MarketTables* tables, QObject* parent)
 {
 }
 
-SimulatedExchange::SimulatedExchange(MarketTables* tables, const Options& options,
-                                     QObject* parent)
+SimulatedExchange::SimulatedExchange(MarketTables* tables, const Options& options, QObject* parent)
     : MarketFeed(tables, parent), d(new Private(this, tables, options)), m_timer(new QTimer(this))
 {
     d->list();

@@ -38,7 +38,7 @@ inline QByteArray csvOfTable(const Table* table)
                 cells << QString();
             else if (cell.type() == FieldType::DateTime)
                 cells << cell.toDatetime().getDateTime().toString(
-                             QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz"));
+                    QStringLiteral("yyyy-MM-dd hh:mm:ss.zzz"));
             else
                 cells << cell.toString();
         }

@@ -121,7 +121,8 @@ QStringList marketProblems(const MarketTables& tables, const datetime& now)
             problem(r, QStringLiteral("lasttime %1 is not before now").arg(last.toString()));
         if (r.data(sc.stockId).toInteger() != 1)
             problem(r, QStringLiteral("not of the derivatives market"));
-        if (!onGrid(r.data(sc.ask).toDecimal(), step) || !onGrid(r.data(sc.price).toDecimal(), step))
+        if (!onGrid(r.data(sc.ask).toDecimal(), step) ||
+            !onGrid(r.data(sc.price).toDecimal(), step))
             problem(r, QStringLiteral("ask or last price off the grid"));
         if (!r.data(sc.bid).isNull() && !onGrid(r.data(sc.bid).toDecimal(), step))
             problem(r, QStringLiteral("bid off the grid"));
@@ -198,11 +199,12 @@ QStringList marketProblems(const MarketTables& tables, const datetime& now)
         QList<decimal> list = it.value();
         std::sort(list.begin(), list.end());
         if (list.size() < 20 || list.size() > 60)
-            problems << QStringLiteral("series %1: %2 strikes").arg(it.key().first).arg(list.size());
+            problems
+                << QStringLiteral("series %1: %2 strikes").arg(it.key().first).arg(list.size());
         for (int i = 2; i < list.size(); ++i)
             if (list[i] - list[i - 1] != list[1] - list[0] || list[i] == list[i - 1])
-                problems << QStringLiteral("series %1: strikes not evenly spaced")
-                                .arg(it.key().first);
+                problems
+                    << QStringLiteral("series %1: strikes not evenly spaced").arg(it.key().first);
         const QString other =
             it.key().second == QLatin1String("C") ? QStringLiteral("P") : QStringLiteral("C");
         QList<decimal> counterpart = strikes.value({it.key().first, other});
@@ -218,10 +220,10 @@ QStringList marketProblems(const MarketTables& tables, const datetime& now)
                             .arg(c.data(vc.isinId).toInteger());
 
     for (const Record& p : tables.positions()->masterIndex()->records()) {
-        const Record s = securityByKey(sec, p.data(pc.boardId).toInteger(),
-                                       p.data(pc.secId).toInteger64());
-        const QString name = p.data(pc.account).toString() + QLatin1Char(' ') +
-                             p.data(pc.secName).toString();
+        const Record s =
+            securityByKey(sec, p.data(pc.boardId).toInteger(), p.data(pc.secId).toInteger64());
+        const QString name =
+            p.data(pc.account).toString() + QLatin1Char(' ') + p.data(pc.secName).toString();
         if (s.isNull()) {
             problems << name + QStringLiteral(": position without a security");
             continue;
@@ -363,7 +365,8 @@ void TestSimulatedExchange::listing()
     for (const Record& r : tables.securities()->masterIndex()->records()) {
         if (r.data(sc.sectype).toString() != QLatin1String("O"))
             continue;
-        const Record base = securityByKey(tables.securities(), 1, r.data(sc.mainSecId).toInteger64());
+        const Record base =
+            securityByKey(tables.securities(), 1, r.data(sc.mainSecId).toInteger64());
         const auto range = strikeRange.value(r.data(sc.baseIsinId).toInteger());
         const decimal price = base.data(sc.price).toDecimal();
         QVERIFY(range.first < price && price < range.second);
@@ -405,7 +408,8 @@ void TestSimulatedExchange::largeMarket()
 {
     MarketTables tables;
     SimulatedExchange exchange(&tables, optionsOf(5, Wednesday, true));
-    QVERIFY2(exchange.instrumentCount() >= 20000, qPrintable(QString::number(exchange.instrumentCount())));
+    QVERIFY2(exchange.instrumentCount() >= 20000,
+             qPrintable(QString::number(exchange.instrumentCount())));
     QCOMPARE(exchange.instrumentCount(), tables.securities()->rowCount());
     exchange.tick(3);
     QVERIFY(exchange.lastTickUpdates() > 0);
