@@ -1,8 +1,15 @@
 #include "marketfeed.h"
 
+#include "markettables.h"
+
 MarketFeed::MarketFeed(MarketTables* tables, QObject* parent) : QObject(parent), m_tables(tables) {}
 
 MarketFeed::~MarketFeed() = default;
+
+MarketTables* MarketFeed::tables() const
+{
+    return m_tables;
+}
 
 QString MarketFeed::transportName()
 {

@@ -5,6 +5,7 @@
 #include "database/datetime.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 
 class MarketTables;
@@ -20,11 +21,11 @@ public:
     enum TransportStatus { Disconnected = 0, Connecting = 1, Authorizing = 2, Connected = 3 };
     Q_ENUM(TransportStatus)
 
-    // The tables are not owned; they must outlive the feed.
+    // The tables are not owned; a feed whose tables are gone fills nothing.
     explicit MarketFeed(MarketTables* tables, QObject* parent = nullptr);
     ~MarketFeed() override;
 
-    MarketTables* tables() const { return m_tables; }
+    MarketTables* tables() const;
 
     static QString transportName();
     TransportStatus transportStatus() const { return m_status; }
@@ -40,7 +41,7 @@ protected:
     void setServerTime(const datetime& time);
 
 private:
-    MarketTables* m_tables;
+    QPointer<MarketTables> m_tables;
     TransportStatus m_status = Disconnected;
     datetime m_serverTime;
 };

@@ -778,6 +778,10 @@ int SimulatedExchange::tickInterval() const
 
 void SimulatedExchange::tick(int count)
 {
+    if (!tables()) {
+        stop();
+        return;
+    }
     for (int i = 0; i < count; ++i) {
         d->runTick();
         emit ticked();

@@ -1,6 +1,7 @@
 #include "marketdump.h"
 
 #include "database/index.h"
+#include "database/masterindexcolumnpure.h"
 #include "database/pricing.h"
 #include "market/markettables.h"
 #include "market/simulatedexchange.h"
@@ -276,6 +277,8 @@ class TestSimulatedExchange : public QObject
     Q_OBJECT
 
 private slots:
+    void tableLayout_data();
+    void tableLayout();
     void sameSeedSameTables();
     void differentSeedDifferentTables();
     void listing();
@@ -287,7 +290,73 @@ private slots:
     void endedSeriesLeave();
     void serverTimeFollowsTheClock();
     void timerRunsTicks();
+    void tablesGoFirst();
 };
+
+void TestSimulatedExchange::tableLayout_data()
+{
+    QTest::addColumn<QString>("table");
+    QTest::addColumn<QStringList>("key");
+    QTest::addColumn<QStringList>("columns"); // name:type[:length][:null]
+
+    QStringList securities = {"stock_id:1",       "board_id:1",        "sec_id:2",
+                              "sec_name:5:40",    "sec_fullname:5:80", "sectype:5:1",
+                              "option_type:5:1",  "base_code:5:20",    "strike:4:4:null",
+                              "expdate:6:0:null", "decimals:1",        "price_step:4:4"};
+    for (const char* name :
+         {"volat", "theor_price", "delta", "gamma", "vega", "theta", "bid", "ask", "price",
+          "cur_kotir_real", "cur_kotir", "old_kotir", "volat_min", "volat_max"})
+        securities << QStringLiteral("%1:4").arg(QLatin1String(name));
+    securities << QStringList{"base_isin_id:1:0:null",
+                              "main_sec_id:2:0:null",
+                              "isin_id:1",
+                              "europe:1",
+                              "lasttime:6:0:null",
+                              "lot_size:1"};
+    QTest::newRow("securities") << "securities" << QStringList{"stock_id", "board_id", "sec_id"}
+                                << securities;
+    QTest::newRow("positions") << "positions"
+                               << QStringList{"account", "stock_id", "board_id", "sec_id"}
+                               << QStringList{"account:5:20", "stock_id:1",    "board_id:1",
+                                              "sec_id:2",     "sec_name:5:40", "sectype:5:1",
+                                              "pos:2:0:null", "waprice:4",     "expdate:6"};
+    QTest::newRow("tz.volat_coeff")
+        << "tz.volat_coeff" << QStringList{"isin_id"}
+        << QStringList{"isin_id:1", "a:4", "b:4", "c:4", "d:4", "e:4", "s:4"};
+}
+
+void TestSimulatedExchange::tableLayout()
+{
+    QFETCH(QString, table);
+    QFETCH(QStringList, key);
+    QFETCH(QStringList, columns);
+    MarketTables tables;
+    const Table* t = nullptr;
+    for (const Table* candidate : tables.all())
+        if (candidate->name() == table)
+            t = candidate;
+    QVERIFY(t);
+    QCOMPARE(t->columnCount(), columns.size());
+    const QRegularExpression russian(QStringLiteral("[А-Яа-я]"));
+    for (const QString& spec : columns) {
+        const QStringList parts = spec.split(QLatin1Char(':'));
+        const TableColumnDef& def = t->columnDef(parts[0]);
+        QVERIFY2(def.type == parts[1].toInt(), qPrintable(spec));
+        if (parts.size() > 2 && parts[1] != QLatin1String("4"))
+            QVERIFY2(def.length == parts[2].toInt(), qPrintable(spec));
+        if (parts.size() > 3)
+            QVERIFY2(def.nullable, qPrintable(spec));
+        if (key.contains(parts[0]))
+            QVERIFY2(!def.nullable, qPrintable(spec));
+        QVERIFY2(def.title.contains(russian) || def.title == parts[0], qPrintable(spec));
+        QVERIFY2(def.description.contains(russian), qPrintable(spec));
+    }
+    QCOMPARE(t->masterIndex()->getClassName(), QStringLiteral("MasterIndex_Struct"));
+    QCOMPARE(static_cast<const MasterIndex_Column_Pure*>(t->masterIndex())->keyColumnNames(), key);
+    if (table == QLatin1String("securities"))
+        QCOMPARE(t->columnDef(QStringLiteral("base_code")).description,
+                 QStringLiteral("Код базового актива"));
+}
 
 void TestSimulatedExchange::sameSeedSameTables()
 {
@@ -570,6 +639,17 @@ void TestSimulatedExchange::timerRunsTicks()
     exchange.stop();
     QVERIFY(!exchange.isRunning());
     QCOMPARE(exchange.tickCount(), qint64(spy.count()));
+}
+
+void TestSimulatedExchange::tablesGoFirst()
+{
+    auto* tables = new MarketTables;
+    SimulatedExchange exchange(tables, optionsOf(1));
+    exchange.start();
+    delete tables;
+    exchange.tick();
+    QCOMPARE(exchange.tickCount(), qint64(0));
+    QVERIFY(!exchange.isRunning());
 }
 
 QTEST_GUILESS_MAIN(TestSimulatedExchange)
