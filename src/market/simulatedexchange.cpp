@@ -310,8 +310,10 @@ void SimulatedExchange::Private::list()
         listAsset(AssetSpecs[i], listing, quarterly, seriesDates);
     listPositions();
 
+    // The exchange's rows replace whatever the tables held, each table in one batch.
     {
         TableUpdater batch(securities);
+        securities->clear();
         for (const Future& f : qAsConst(futures))
             securities->insertRecord(f.row);
         for (const Option& o : qAsConst(optionRows))
@@ -319,11 +321,13 @@ void SimulatedExchange::Private::list()
     }
     {
         TableUpdater batch(volatCoeff);
+        volatCoeff->clear();
         for (const Series& s : qAsConst(series))
             volatCoeff->insertRecord(s.coefficients);
     }
     {
         TableUpdater batch(positionsTable);
+        positionsTable->clear();
         for (const Position& p : qAsConst(positionRows))
             positionsTable->insertRecord(p.row);
     }
@@ -648,14 +652,17 @@ void SimulatedExchange::Private::endTrading()
         for (const Record& r : qAsConst(endedCoefficients))
             volatCoeff->removeRecord(r);
     }
-    {
-        TableUpdater batch(positionsTable);
-        for (int i = positionRows.size() - 1; i >= 0; --i) {
-            if (endedSecIds.contains(positionRows[i].secId)) {
-                positionsTable->removeRecord(positionRows[i].row);
-                positionRows.remove(i);
-            }
+    QVector<Record> endedPositions;
+    for (int i = positionRows.size() - 1; i >= 0; --i) {
+        if (endedSecIds.contains(positionRows[i].secId)) {
+            endedPositions.append(positionRows[i].row);
+            positionRows.remove(i);
         }
+    }
+    if (!endedPositions.isEmpty()) {
+        TableUpdater batch(positionsTable);
+        for (const Record& r : qAsConst(endedPositions))
+            positionsTable->removeRecord(r);
     }
 }
 

@@ -281,6 +281,7 @@ private slots:
     void tableLayout();
     void sameSeedSameTables();
     void differentSeedDifferentTables();
+    void listingReplacesTheRows();
     void listing();
     void invariants_data();
     void invariants();
@@ -368,6 +369,19 @@ void TestSimulatedExchange::sameSeedSameTables()
     a.tick(40);
     b.tick(40);
     QCOMPARE(dumpAll(first), dumpAll(second));
+}
+
+void TestSimulatedExchange::listingReplacesTheRows()
+{
+    MarketTables tables, fresh;
+    SimulatedExchange first(&tables, optionsOf(21));
+    SimulatedExchange second(&tables, optionsOf(22));
+    SimulatedExchange alone(&fresh, optionsOf(22));
+    QCOMPARE(dumpAll(tables), dumpAll(fresh));
+    // The rows are the second exchange's own: its ticks reach the table.
+    second.tick(5);
+    alone.tick(5);
+    QCOMPARE(dumpAll(tables), dumpAll(fresh));
 }
 
 void TestSimulatedExchange::differentSeedDifferentTables()
