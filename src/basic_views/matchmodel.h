@@ -33,7 +33,7 @@ public:
         const Qt::CaseSensitivity orderCs = sortCaseSensitivity(column, role, parent);
         if ((type != Qt::MatchExactly && !text) || flags.testFlag(Qt::MatchRecursive) ||
             !isSortedOn(column, role, parent) || (text && cs != orderCs) ||
-            (text && this->data(start, role).userType() != QMetaType::QString))
+            (text && !holdsTexts(start, role)))
             return Base::match(start, role, value, hits, flags);
         return sortedMatch(start, role, value, hits, type, flags.testFlag(Qt::MatchWrap),
                            orderCs);
@@ -63,6 +63,20 @@ protected:
         return this->sortOrder();
     }
 
+    // Whether the values of start's column are texts, whose order a text match follows.
+    // Nulls stand at one end of the order: the two ends and start tell.
+    bool holdsTexts(const QModelIndex& start, int role) const
+    {
+        const int last = this->rowCount(start.parent()) - 1;
+        for (const QModelIndex& probe : {start, start.sibling(0, start.column()),
+                                         start.sibling(last, start.column())}) {
+            const QVariant v = this->data(probe, role);
+            if (v.isValid())
+                return v.userType() == QMetaType::QString;
+        }
+        return true;
+    }
+
     // How a row's value stands to the value searched, in the direction of the order: less
     // than zero before it, zero at it, greater than zero after it. A text match compares
     // texts, MatchStartsWith the row's text cut to the length of the searched one.
@@ -81,6 +95,22 @@ protected:
         }
         c = c < 0 ? -1 : (c > 0 ? 1 : 0);
         return descending ? -c : c;
+    }
+
+    // The test of the base's walk for a row's value: the same case for an exact match, the
+    // texts of a text match compared as the walk compares them (a null text starts with
+    // nothing, not even an empty text).
+    static bool accepts(const QVariant& rowValue, const QVariant& value, int type,
+                        Qt::CaseSensitivity cs)
+    {
+        switch (type) {
+        case Qt::MatchExactly:
+            return compareItemValues(rowValue, value, Qt::CaseSensitive) == 0;
+        case Qt::MatchStartsWith:
+            return rowValue.toString().startsWith(value.toString(), cs);
+        default:
+            return QString::compare(rowValue.toString(), value.toString(), cs) == 0;
+        }
     }
 
     // The first row in [from, to) under parent that does not stand before value; to if none.
@@ -119,9 +149,8 @@ protected:
                 const QVariant v = this->data(index, role);
                 if (compareInOrder(v, value, type, orderCs, descending) != 0)
                     break;
-                // Equal in the order's sense; an exact match also wants the same case.
-                if (type == Qt::MatchExactly && orderCs == Qt::CaseInsensitive &&
-                    compareItemValues(v, value, Qt::CaseSensitive) != 0)
+                // Equal in the order's sense; whether it matches is the walk's test.
+                if (!accepts(v, value, type, orderCs))
                     continue;
                 result.append(index);
                 if (hits > 0 && result.size() >= hits)

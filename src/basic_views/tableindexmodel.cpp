@@ -232,7 +232,7 @@ void TableIndexModel::add(const Record& record)
 
 void TableIndexModel::remove(const Record& record, int position)
 {
-    if (record.isNull() || !table())
+    if (record.isNull() || !table() || record.table() != table())
         return;
     int at = -1;
     if (position >= 0 && position < m_records.count() && m_records.at(position) == record)
