@@ -1,8 +1,6 @@
 #include "filterindexmodel.h"
 
-FilterIndexModel::FilterIndexModel(Table* table, QObject* parent) : ItemIndexModel(table, parent)
-{
-}
+FilterIndexModel::FilterIndexModel(Table* table, QObject* parent) : ItemIndexModel(table, parent) {}
 
 FilterIndexModel::~FilterIndexModel() = default;
 

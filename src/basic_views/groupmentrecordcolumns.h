@@ -19,8 +19,7 @@ public:
     QString groupKey(const Record& record) const override;
     QString groupName(const Record& record) const override;
     QVariant groupValue(const Record& record) const override;
-    int compareGroups(const GroupmentTreeItem* left,
-                      const GroupmentTreeItem* right) const override;
+    int compareGroups(const GroupmentTreeItem* left, const GroupmentTreeItem* right) const override;
 
     const QVector<int>& columns() const { return m_columns; }
 

@@ -35,8 +35,7 @@ public:
             !isSortedOn(column, role, parent) || (text && cs != orderCs) ||
             (text && !holdsTexts(start, role)))
             return Base::match(start, role, value, hits, flags);
-        return sortedMatch(start, role, value, hits, type, flags.testFlag(Qt::MatchWrap),
-                           orderCs);
+        return sortedMatch(start, role, value, hits, type, flags.testFlag(Qt::MatchWrap), orderCs);
     }
 
     // The case sensitivity of the order of a column's values for a role.
@@ -68,8 +67,8 @@ protected:
     bool holdsTexts(const QModelIndex& start, int role) const
     {
         const int last = this->rowCount(start.parent()) - 1;
-        for (const QModelIndex& probe : {start, start.sibling(0, start.column()),
-                                         start.sibling(last, start.column())}) {
+        for (const QModelIndex& probe :
+             {start, start.sibling(0, start.column()), start.sibling(last, start.column())}) {
             const QVariant v = this->data(probe, role);
             if (v.isValid())
                 return v.userType() == QMetaType::QString;
@@ -114,8 +113,8 @@ protected:
     }
 
     // The first row in [from, to) under parent that does not stand before value; to if none.
-    int lowerBound(const QModelIndex& parent, int column, int role, const QVariant& value,
-                   int type, int from, int to, Qt::CaseSensitivity cs, bool descending) const
+    int lowerBound(const QModelIndex& parent, int column, int role, const QVariant& value, int type,
+                   int from, int to, Qt::CaseSensitivity cs, bool descending) const
     {
         while (from < to) {
             const int mid = from + (to - from) / 2;
@@ -128,8 +127,8 @@ protected:
         return from;
     }
 
-    QModelIndexList sortedMatch(const QModelIndex& start, int role, const QVariant& value,
-                                int hits, int type, bool wrap, Qt::CaseSensitivity orderCs) const
+    QModelIndexList sortedMatch(const QModelIndex& start, int role, const QVariant& value, int hits,
+                                int type, bool wrap, Qt::CaseSensitivity orderCs) const
     {
         const QModelIndex parent = start.parent();
         const int column = start.column();
@@ -142,8 +141,8 @@ protected:
                 to = start.row();
                 from = 0;
             }
-            for (int row = lowerBound(parent, column, role, value, type, from, to, orderCs,
-                                      descending);
+            for (int row =
+                     lowerBound(parent, column, role, value, type, from, to, orderCs, descending);
                  row < to; ++row) {
                 const QModelIndex index = this->index(row, column, parent);
                 const QVariant v = this->data(index, role);

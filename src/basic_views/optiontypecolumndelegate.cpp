@@ -2,9 +2,7 @@
 
 #include "database/field.h"
 
-OptionTypeColumnDelegate::OptionTypeColumnDelegate(QObject* parent) : ColumnModelDelegate(parent)
-{
-}
+OptionTypeColumnDelegate::OptionTypeColumnDelegate(QObject* parent) : ColumnModelDelegate(parent) {}
 
 OptionTypeColumnDelegate::~OptionTypeColumnDelegate() = default;
 

@@ -14,6 +14,52 @@ const Record& nullRecord()
     return record;
 }
 
+// A set of row pointers for a walk over all rows: open addressing in a table at most a
+// quarter full, so that a row that is not wanted costs one probe.
+class RowSet
+{
+public:
+    explicit RowSet(size_t count)
+    {
+        size_t capacity = 16;
+        while (capacity < count * 4)
+            capacity *= 2;
+        m_slots.assign(capacity, Slot{nullptr, 0});
+        m_mask = capacity - 1;
+    }
+    void insert(const unsigned char* row, size_t value)
+    {
+        size_t i = slotOf(row);
+        while (m_slots[i].row && m_slots[i].row != row)
+            i = (i + 1) & m_mask;
+        m_slots[i] = Slot{row, value};
+    }
+    // The value of a row, or -1.
+    long find(const unsigned char* row) const
+    {
+        for (size_t i = slotOf(row);; i = (i + 1) & m_mask) {
+            if (m_slots[i].row == row)
+                return long(m_slots[i].value);
+            if (!m_slots[i].row)
+                return -1;
+        }
+    }
+
+private:
+    struct Slot
+    {
+        const unsigned char* row;
+        size_t value;
+    };
+    size_t slotOf(const unsigned char* row) const
+    {
+        // Row blocks are aligned: the low bits say nothing.
+        return size_t((quintptr(row) >> 4) * 0x9E3779B97F4A7C15ULL >> 20) & m_mask;
+    }
+    std::vector<Slot> m_slots;
+    size_t m_mask = 0;
+};
+
 bool sameList(const QList<Record>& a, const QList<Record>& b)
 {
     // The table hands the same lists to preprocess and process; shared copies start at the
@@ -23,9 +69,7 @@ bool sameList(const QList<Record>& a, const QList<Record>& b)
 
 } // namespace
 
-TableIndexModel::TableIndexModel(Table* table, QObject* parent) : FilterIndexModel(table, parent)
-{
-}
+TableIndexModel::TableIndexModel(Table* table, QObject* parent) : FilterIndexModel(table, parent) {}
 
 TableIndexModel::~TableIndexModel() = default;
 
@@ -120,24 +164,19 @@ int TableIndexModel::indexOf(const Record& record) const
     return found ? pos : -1;
 }
 
-void TableIndexModel::scanFor(const std::vector<Located>& wanted,
-                              std::vector<Located>& found) const
+void TableIndexModel::scanFor(const std::vector<Located>& wanted, std::vector<Located>& found) const
 {
     if (wanted.empty())
         return;
-    std::vector<std::pair<const unsigned char*, size_t>> keys;
-    keys.reserve(wanted.size());
+    RowSet set(wanted.size());
     for (size_t i = 0; i < wanted.size(); ++i)
-        keys.emplace_back(wanted[i].record.rowBlock(), i);
-    std::sort(keys.begin(), keys.end());
-    size_t left = keys.size();
+        set.insert(wanted[i].record.rowBlock(), i);
+    size_t left = wanted.size();
     int row = 0;
     for (auto it = m_records.begin(); it != m_records.end() && left > 0; ++it, ++row) {
-        const unsigned char* block = it->rowBlock();
-        auto k = std::lower_bound(keys.begin(), keys.end(),
-                                  std::make_pair(block, size_t(0)));
-        if (k != keys.end() && k->first == block) {
-            const Located& w = wanted[k->second];
+        const long k = set.find(it->rowBlock());
+        if (k >= 0) {
+            const Located& w = wanted[size_t(k)];
             found.push_back({w.record, row, w.removed});
             --left;
         }
@@ -208,8 +247,8 @@ void TableIndexModel::changePersistentRows(const std::vector<int>& newRow)
     QModelIndexList to;
     to.reserve(from.size());
     for (const QModelIndex& i : from) {
-        const int row = i.row() >= 0 && size_t(i.row()) < newRow.size() ? newRow[size_t(i.row())]
-                                                                        : -1;
+        const int row =
+            i.row() >= 0 && size_t(i.row()) < newRow.size() ? newRow[size_t(i.row())] : -1;
         to.append(row >= 0 ? index(row, i.column()) : QModelIndex());
     }
     changePersistentIndexList(from, to);
@@ -324,10 +363,9 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
         if (r.isNull() || r.table() != t)
             return;
         if (prepared) {
-            const auto it = std::lower_bound(m_prepared.begin(), m_prepared.end(),
-                                             std::make_pair(
-                                                 static_cast<const unsigned char*>(r.rowBlock()),
-                                                 -1));
+            const auto it = std::lower_bound(
+                m_prepared.begin(), m_prepared.end(),
+                std::make_pair(static_cast<const unsigned char*>(r.rowBlock()), -1));
             if (it != m_prepared.end() && it->first == r.rowBlock()) {
                 found.push_back({r, it->second, isRemoved});
                 return;
@@ -386,8 +424,8 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
     leaving.erase(std::unique(leaving.begin(), leaving.end()), leaving.end());
     if (!displaced.empty() && !leaving.empty())
         for (Located& d : displaced)
-            d.position -= int(std::lower_bound(leaving.begin(), leaving.end(), d.position) -
-                              leaving.begin());
+            d.position -=
+                int(std::lower_bound(leaving.begin(), leaving.end(), d.position) - leaving.begin());
     removeRows(leaving);
     if (int(displaced.size()) > MaxMovesPerBatch)
         relayoutRows(displaced);

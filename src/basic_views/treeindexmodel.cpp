@@ -175,10 +175,9 @@ bool TreeIndexModel::groupLess(const Item* a, const Item* b) const
 int TreeIndexModel::positionIn(const Item* item, const Record& record) const
 {
     const QVector<Record>& list = item->m_records;
-    const auto it = std::lower_bound(list.begin(), list.end(), record,
-                                     [this](const Record& a, const Record& b) {
-                                         return recordLess(a, b);
-                                     });
+    const auto it =
+        std::lower_bound(list.begin(), list.end(), record,
+                         [this](const Record& a, const Record& b) { return recordLess(a, b); });
     if (it != list.end() && *it == record)
         return int(it - list.begin());
     return list.indexOf(record);
@@ -565,8 +564,8 @@ void TreeIndexModel::insertIntoItem(Item* item, QVector<Record> records)
     auto less = [this](const Record& a, const Record& b) { return recordLess(a, b); };
     int i = 0;
     while (i < records.size()) {
-        const int at = int(std::lower_bound(list.begin(), list.end(), records.at(i), less) -
-                           list.begin());
+        const int at =
+            int(std::lower_bound(list.begin(), list.end(), records.at(i), less) - list.begin());
         int j = i + 1;
         if (at < list.size()) {
             while (j < records.size() && recordLess(records.at(j), list.at(at)))

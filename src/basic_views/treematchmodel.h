@@ -21,7 +21,6 @@ protected:
         if (column == 0)
             return role == Qt::UserRole || role == Qt::EditRole;
         return role == Qt::UserRole && groupment->keyColumn() >= 0 &&
-               this->columnField(column) == groupment->keyColumn() &&
-               !this->columnDelegate(column);
+               this->columnField(column) == groupment->keyColumn() && !this->columnDelegate(column);
     }
 };

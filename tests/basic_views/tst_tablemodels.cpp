@@ -55,7 +55,8 @@ public:
     using TableIndexModel::TableIndexModel;
     int compare(const Record& a, const Record& b) const override
     {
-        if (const int c = a.data(ViewsTestTable::BaseCode).compare(b.data(ViewsTestTable::BaseCode)))
+        if (const int c =
+                a.data(ViewsTestTable::BaseCode).compare(b.data(ViewsTestTable::BaseCode)))
             return c;
         return a.data(ViewsTestTable::Strike).compare(b.data(ViewsTestTable::Strike));
     }
@@ -266,8 +267,8 @@ void TestTableModels::randomBatches()
                 return -byField(ViewsTestTable::OptionType, a, b);
             };
         } else if (kind == QLatin1String("computed")) {
-            const int column = model->addColumnDelegate(new TurnoverDelegate, -1,
-                                                        QStringLiteral("turnover"));
+            const int column =
+                model->addColumnDelegate(new TurnoverDelegate, -1, QStringLiteral("turnover"));
             model->setSort(column, Qt::AscendingOrder);
             compare = [](const Record& a, const Record& b) {
                 return compareItemValues(TurnoverDelegate::value(a), TurnoverDelegate::value(b));
@@ -294,9 +295,9 @@ void TestTableModels::randomBatches()
 
         const std::vector<Record> expected = expectedRows(t, filter, compare);
         const std::vector<Record> actual = modelRows(*model);
-        QVERIFY2(actual == expected, qPrintable(what + QStringLiteral(": model ") +
-                                                describe(actual) + QStringLiteral(" expected ") +
-                                                describe(expected)));
+        QVERIFY2(actual == expected,
+                 qPrintable(what + QStringLiteral(": model ") + describe(actual) +
+                            QStringLiteral(" expected ") + describe(expected)));
 
         for (const auto& f : followed) {
             if (positionIn(actual, f.second) >= 0) {
@@ -339,10 +340,9 @@ void TestTableModels::randomBatches()
                  qPrintable(what + QStringLiteral(": %1 dataChanged for %2 blocks")
                                        .arg(log.changed.size())
                                        .arg(blocks.size())));
-        std::sort(log.changed.begin(), log.changed.end(),
-                  [](const SignalLog::Change& a, const SignalLog::Change& b) {
-                      return a.top < b.top;
-                  });
+        std::sort(
+            log.changed.begin(), log.changed.end(),
+            [](const SignalLog::Change& a, const SignalLog::Change& b) { return a.top < b.top; });
         for (size_t i = 0; i < blocks.size(); ++i) {
             QCOMPARE(log.changed[i].top, blocks[i].first);
             QCOMPARE(log.changed[i].bottom, blocks[i].second);
@@ -383,10 +383,9 @@ void TestTableModels::manyRowsMoveAtOnce()
     QCOMPARE(layouts.count(), 1);
     QCOMPARE(moves.count(), 0);
     QCOMPARE(changes.count(), 1); // every row changed: one block
-    const std::vector<Record> expected =
-        expectedRows(t, [](const Record&) { return true; }, [](const Record& a, const Record& b) {
-            return byField(ViewsTestTable::Price, a, b);
-        });
+    const std::vector<Record> expected = expectedRows(
+        t, [](const Record&) { return true; },
+        [](const Record& a, const Record& b) { return byField(ViewsTestTable::Price, a, b); });
     QVERIFY(modelRows(model) == expected);
     for (const auto& f : followed)
         QCOMPARE(model.recordByIndex(f.first), f.second);
@@ -403,11 +402,11 @@ void TestTableModels::manyRowsMoveAtOnce()
     }
     QCOMPARE(layouts.count(), 0);
     QCOMPARE(moves.count(), 3);
-    QVERIFY(modelRows(model) ==
-            expectedRows(t, [](const Record&) { return true; },
-                         [](const Record& a, const Record& b) {
-                             return byField(ViewsTestTable::Price, a, b);
-                         }));
+    QVERIFY(modelRows(model) == expectedRows(
+                                    t, [](const Record&) { return true; },
+                                    [](const Record& a, const Record& b) {
+                                        return byField(ViewsTestTable::Price, a, b);
+                                    }));
 }
 
 void TestTableModels::dataChangedPerBlock()
@@ -480,21 +479,20 @@ void TestTableModels::cellValues_data()
         << right;
     QTest::newRow("negative decimal")
         << int(ViewsTestTable::Strike) << QVariant::fromValue(decimal(QStringLiteral("-0.07")))
-        << QVariant(point(QStringLiteral("-0.07"))) << QVariant::fromValue(decimal(-7, 2))
-        << right;
+        << QVariant(point(QStringLiteral("-0.07"))) << QVariant::fromValue(decimal(-7, 2)) << right;
     const datetime day(QDate(2031, 6, 15));
     QTest::newRow("date") << int(ViewsTestTable::ExpDate) << QVariant::fromValue(day)
                           << QVariant(QStringLiteral("15.06.2031")) << QVariant::fromValue(day)
                           << left;
     QTest::newRow("date with time")
         << int(ViewsTestTable::ExpDate) << QVariant::fromValue(day + 37800000)
-        << QVariant(QStringLiteral("15.06.2031 10:30:00"))
-        << QVariant::fromValue(day + 37800000) << left;
+        << QVariant(QStringLiteral("15.06.2031 10:30:00")) << QVariant::fromValue(day + 37800000)
+        << left;
     QTest::newRow("double with its digits")
         << int(ViewsTestTable::Volat) << QVariant(0.125) << QVariant(point(QStringLiteral("0.125")))
         << QVariant(0.125) << right;
-    QTest::newRow("integer") << int(ViewsTestTable::Lot) << QVariant(3) << QVariant(QStringLiteral("3"))
-                             << QVariant(3) << right;
+    QTest::newRow("integer") << int(ViewsTestTable::Lot) << QVariant(3)
+                             << QVariant(QStringLiteral("3")) << QVariant(3) << right;
     QTest::newRow("text") << int(ViewsTestTable::SecName) << QVariant(QStringLiteral("Si-6.31"))
                           << QVariant(QStringLiteral("Si-6.31"))
                           << QVariant(QStringLiteral("Si-6.31")) << left;
@@ -552,7 +550,8 @@ void TestTableModels::headers()
                                             QStringLiteral("Дней до экспирации"),
                                             QStringLiteral("Количество дней"));
     QCOMPARE(own, int(ViewsTestTable::ColumnCount));
-    QCOMPARE(model.headerData(own, Qt::Horizontal).toString(), QStringLiteral("Дней до экспирации"));
+    QCOMPARE(model.headerData(own, Qt::Horizontal).toString(),
+             QStringLiteral("Дней до экспирации"));
     QCOMPARE(model.headerData(own, Qt::Horizontal, Qt::ToolTipRole).toString(),
              QStringLiteral("Количество дней"));
     QCOMPARE(model.fieldIndex(QStringLiteral("days")), own);
@@ -606,7 +605,8 @@ void TestTableModels::delegates()
     };
     QCOMPARE(cell(0, ViewsTestTable::OptionType, Qt::DisplayRole).toString(),
              QStringLiteral("Колл"));
-    QCOMPARE(cell(1, ViewsTestTable::OptionType, Qt::DisplayRole).toString(), QStringLiteral("Пут"));
+    QCOMPARE(cell(1, ViewsTestTable::OptionType, Qt::DisplayRole).toString(),
+             QStringLiteral("Пут"));
     QVERIFY(!cell(2, ViewsTestTable::OptionType, Qt::DisplayRole).isValid());
     QCOMPARE(cell(0, ViewsTestTable::OptionType, Qt::EditRole).toString(), QStringLiteral("C"));
     QCOMPARE(cell(0, ViewsTestTable::OptionType, 256).toString(), QStringLiteral("C"));
@@ -655,10 +655,11 @@ void TestTableModels::delegateColumnSorts()
     QStringList shown;
     for (int row = 0; row < model.rowCount(); ++row)
         shown << model.index(row, ViewsTestTable::ExpDate).data().toString();
-    QCOMPARE(shown, (QStringList{QString(), QStringLiteral("31.12.2030"), QStringLiteral("01.01.2031"),
-                                 QStringLiteral("02.01.2031")}));
+    QCOMPARE(shown, (QStringList{QString(), QStringLiteral("31.12.2030"),
+                                 QStringLiteral("01.01.2031"), QStringLiteral("02.01.2031")}));
     model.sort(ViewsTestTable::ExpDate, Qt::DescendingOrder);
-    QCOMPARE(model.index(0, ViewsTestTable::ExpDate).data().toString(), QStringLiteral("02.01.2031"));
+    QCOMPARE(model.index(0, ViewsTestTable::ExpDate).data().toString(),
+             QStringLiteral("02.01.2031"));
     QCOMPARE(model.sortColumn(), int(ViewsTestTable::ExpDate));
     QCOMPARE(model.sortOrder(), Qt::DescendingOrder);
 }
@@ -824,7 +825,8 @@ void TestTableModels::columnFilterAndRebuild()
     model.rebuild();
     QVERIFY(modelRows(model) ==
             expectedRows(
-                t, [](const Record& r) { return r.data(ViewsTestTable::BoardId).toInteger() == 14; },
+                t,
+                [](const Record& r) { return r.data(ViewsTestTable::BoardId).toInteger() == 14; },
                 none));
     model.clearColumnFilters();
     model.rebuild();
@@ -887,11 +889,11 @@ void TestTableModels::dependentModelFollowsSource()
     strikes.build();
     for (int step = 0; step < 40; ++step) {
         const QString what = feed.step();
-        QVERIFY2(modelRows(source) ==
-                     expectedRows(t, [&](const Record& r) { return source.filter(r); },
-                                  [](const Record& a, const Record& b) {
-                                      return byField(ViewsTestTable::Price, a, b);
-                                  }),
+        QVERIFY2(modelRows(source) == expectedRows(
+                                          t, [&](const Record& r) { return source.filter(r); },
+                                          [](const Record& a, const Record& b) {
+                                              return byField(ViewsTestTable::Price, a, b);
+                                          }),
                  qPrintable(what));
         // The distinct strikes of the options of board 14, in ascending order.
         std::set<qint64> strikesExpected;
@@ -932,7 +934,8 @@ void TestTableModels::modelOutlivesTable()
     QVERIFY(!kept.isValid());
     QVERIFY(model.table() == nullptr);
     // The headers stay; nothing else can be read or built.
-    QCOMPARE(model.headerData(ViewsTestTable::Price, Qt::Horizontal).toString(), QStringLiteral("Цена"));
+    QCOMPARE(model.headerData(ViewsTestTable::Price, Qt::Horizontal).toString(),
+             QStringLiteral("Цена"));
     model.build();
     model.rebuild();
     model.resort();

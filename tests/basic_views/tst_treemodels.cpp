@@ -96,7 +96,8 @@ QString differences(const TreeIndexModel& model, const Reference& ref, const Vie
         std::vector<Record> rows;
         for (int i = 0; i < model.rowCount(); ++i)
             rows.push_back(model.recordByIndex(model.index(i, 0)));
-        const std::vector<Record> want = expected.empty() ? std::vector<Record>() : expected.front();
+        const std::vector<Record> want =
+            expected.empty() ? std::vector<Record>() : expected.front();
         return rows == want ? QString()
                             : QStringLiteral("rows %1, expected %2").arg(keys(rows), keys(want));
     }
@@ -113,7 +114,9 @@ QString differences(const TreeIndexModel& model, const Reference& ref, const Vie
                 .arg(g)
                 .arg(keys(held), keys(expected[size_t(g)]));
         if (model.data(groupIndex).toString() != group->name())
-            return QStringLiteral("group %1 shows %2").arg(g).arg(model.data(groupIndex).toString());
+            return QStringLiteral("group %1 shows %2")
+                .arg(g)
+                .arg(model.data(groupIndex).toString());
         if (model.recordByIndex(groupIndex) != held.front())
             return QStringLiteral("group %1: first record").arg(g);
         const int children = model.rowCount(groupIndex);
@@ -338,9 +341,9 @@ void TestTreeModels::groupNamesAndValues()
     QCOMPARE(strikes.recordByIndex(strikes.index(1, 0, strikes.index(1, 0))),
              strikes.groupByIndex(strikes.index(1, 0))->records().at(1));
     // The row of a strike, as a lookup by value finds it.
-    const QModelIndexList hit = strikes.match(strikes.index(0, 0), 256,
-                                              QVariant::fromValue(decimal(QStringLiteral("72.5"))),
-                                              1, Qt::MatchExactly);
+    const QModelIndexList hit =
+        strikes.match(strikes.index(0, 0), 256,
+                      QVariant::fromValue(decimal(QStringLiteral("72.5"))), 1, Qt::MatchExactly);
     QCOMPARE(hit.size(), 1);
     QCOMPARE(hit.first().row(), 1);
     QCOMPARE(strikes.indexOfGroup(strikes.groupByIndex(strikes.index(2, 0))).row(), 2);
@@ -359,8 +362,8 @@ void TestTreeModels::groupNamesAndValues()
     QCOMPARE(dates.getClassName(), QStringLiteral("TreeIndexFastModel"));
 
     TreeIndexFastModel pairs(t.table);
-    GroupmentRecordColumns byPair(t.table, QVector<int>{ViewsTestTable::BaseCode,
-                                                        ViewsTestTable::OptionType});
+    GroupmentRecordColumns byPair(
+        t.table, QVector<int>{ViewsTestTable::BaseCode, ViewsTestTable::OptionType});
     QCOMPARE(byPair.keyColumn(), -1);
     pairs.setGroupmentList({&byPair});
     pairs.build();
@@ -418,10 +421,10 @@ void TestTreeModels::sortedMatchOnGroups_data()
     QTest::addColumn<int>("order");
     QTest::newRow("group column, ascending") << 0 << int(Qt::AscendingOrder);
     QTest::newRow("group column, descending") << 0 << int(Qt::DescendingOrder);
-    QTest::newRow("strike column, ascending") << int(ViewsTestTable::Strike)
-                                              << int(Qt::AscendingOrder);
-    QTest::newRow("strike column, descending") << int(ViewsTestTable::Strike)
-                                               << int(Qt::DescendingOrder);
+    QTest::newRow("strike column, ascending")
+        << int(ViewsTestTable::Strike) << int(Qt::AscendingOrder);
+    QTest::newRow("strike column, descending")
+        << int(ViewsTestTable::Strike) << int(Qt::DescendingOrder);
 }
 
 void TestTreeModels::sortedMatchOnGroups()

@@ -43,20 +43,20 @@ struct ViewsTestTable
                     QStringLiteral("Биржа"), true, QStringLiteral("Идентификатор биржи"));
         t.addColumn(QStringLiteral("board_id"), FieldType::Integer, 0, false,
                     QStringLiteral("Режим"), true, QStringLiteral("Режим торгов"));
-        t.addColumn(QStringLiteral("sec_id"), FieldType::Integer64, 0, false,
-                    QStringLiteral("Ид."), true, QStringLiteral("Идентификатор инструмента"));
-        t.setMasterIndex(MasterIndex_Column::create(
-            &t, {QStringLiteral("stock_id"), QStringLiteral("board_id"), QStringLiteral("sec_id")}));
+        t.addColumn(QStringLiteral("sec_id"), FieldType::Integer64, 0, false, QStringLiteral("Ид."),
+                    true, QStringLiteral("Идентификатор инструмента"));
+        t.setMasterIndex(
+            MasterIndex_Column::create(&t, {QStringLiteral("stock_id"), QStringLiteral("board_id"),
+                                            QStringLiteral("sec_id")}));
         t.addColumn(QStringLiteral("sec_name"), FieldType::String, 40, true,
                     QStringLiteral("Инструмент"), true, QStringLiteral("Короткий код"));
-        t.addColumn(QStringLiteral("sectype"), FieldType::String, 1, false,
-                    QStringLiteral("Тип"));
+        t.addColumn(QStringLiteral("sectype"), FieldType::String, 1, false, QStringLiteral("Тип"));
         t.addColumn(QStringLiteral("option_type"), FieldType::String, 1, true,
                     QStringLiteral("Тип опциона"));
         t.addColumn(QStringLiteral("base_code"), FieldType::String, 20, false,
                     QStringLiteral("Базовый актив"));
-        t.addColumn(QStringLiteral("strike"), FieldType::Decimal, 2, true,
-                    QStringLiteral("Страйк"), true, QStringLiteral("Цена исполнения"));
+        t.addColumn(QStringLiteral("strike"), FieldType::Decimal, 2, true, QStringLiteral("Страйк"),
+                    true, QStringLiteral("Цена исполнения"));
         t.addColumn(QStringLiteral("expdate"), FieldType::DateTime, 0, true,
                     QStringLiteral("Дата исполнения"));
         t.addColumn(QStringLiteral("price"), FieldType::Decimal, 4, true, QStringLiteral("Цена"),
@@ -249,11 +249,11 @@ public:
     Record newRecord()
     {
         Record r = m_t.make(m_nextId++, roll(4) == 0 ? 1 : 14);
-        for (int c : {int(ViewsTestTable::SecName), int(ViewsTestTable::Sectype),
-                      int(ViewsTestTable::OptionType), int(ViewsTestTable::BaseCode),
-                      int(ViewsTestTable::Strike), int(ViewsTestTable::ExpDate),
-                      int(ViewsTestTable::Price), int(ViewsTestTable::Volat),
-                      int(ViewsTestTable::Decimals), int(ViewsTestTable::Lot)})
+        for (int c :
+             {int(ViewsTestTable::SecName), int(ViewsTestTable::Sectype),
+              int(ViewsTestTable::OptionType), int(ViewsTestTable::BaseCode),
+              int(ViewsTestTable::Strike), int(ViewsTestTable::ExpDate), int(ViewsTestTable::Price),
+              int(ViewsTestTable::Volat), int(ViewsTestTable::Decimals), int(ViewsTestTable::Lot)})
             writeRandom(r, c);
         return r;
     }
@@ -311,7 +311,8 @@ private:
     {
         if (!m_updateColumns.isEmpty())
             return m_updateColumns.at(roll(m_updateColumns.size()));
-        return ViewsTestTable::SecName + roll(ViewsTestTable::ColumnCount - ViewsTestTable::SecName);
+        return ViewsTestTable::SecName +
+               roll(ViewsTestTable::ColumnCount - ViewsTestTable::SecName);
     }
     Record pick()
     {
