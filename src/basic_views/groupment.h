@@ -38,8 +38,8 @@ public:
     virtual int compareGroups(const GroupmentTreeItem* left, const GroupmentTreeItem* right) const;
 
     Table* table() const { return m_table.data(); }
-    // The table column whose values make the groups, -1 when it is not one column. A
-    // group's row shows this value in the model column of that table column too.
+    // The table column whose values make the groups, -1 when it is not one column. The
+    // groups stand in the order of that column's values.
     int keyColumn() const { return m_keyColumn; }
 
 protected:

@@ -382,9 +382,10 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
             unresolved.push_back({r, -1, isRemoved});
             return;
         }
-        // Not where the order puts it. A removed row that would pass the filter may still
-        // stand elsewhere, if it was written in place before it went.
-        if (isRemoved && filter(r))
+        // Not where the order puts it. A row that passes the filter may still stand
+        // elsewhere: written in place before it went, or ordered by data from outside the
+        // table that changed unannounced. A walk makes sure it is not shown twice.
+        if (filter(r))
             unresolved.push_back({r, -1, isRemoved});
     };
     for (const Record& r : removed)

@@ -192,6 +192,7 @@ private slots:
     void setSortKeepsPersistentIndexes();
     void columnFilterAndRebuild();
     void dependentModelFollowsSource();
+    void orderFromOutsideTheTable();
     void modelOutlivesTable();
     void badInput();
 };
@@ -914,6 +915,69 @@ void TestTableModels::dependentModelFollowsSource()
             ++row;
         }
     }
+}
+
+namespace {
+
+// Orders rows by a rank kept outside the table, which changes without the table knowing.
+class RankDelegate : public ColumnModelDelegate
+{
+public:
+    bool data(const Field&, const Record& r, int role, QVariant& result) const override
+    {
+        if (role != Qt::UserRole && role != Qt::DisplayRole)
+            return false;
+        result = ranks.value(r.data(ViewsTestTable::SecId).toInteger64());
+        return true;
+    }
+    QHash<qint64, int> ranks;
+};
+
+} // namespace
+
+void TestTableModels::orderFromOutsideTheTable()
+{
+    ViewsTestTable t;
+    auto* rank = new RankDelegate;
+    for (int i = 1; i <= 40; ++i) {
+        t.insert(i, QString::number(i));
+        rank->ranks.insert(i, i);
+    }
+    TableIndexModel model(t.table);
+    new QAbstractItemModelTester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal,
+                                 &model);
+    const int column = model.addColumnDelegate(rank, -1, QStringLiteral("rank"));
+    model.setSort(column, Qt::AscendingOrder);
+    model.build();
+
+    // The ranks turn round unannounced; then prices change, through a transaction and in
+    // place. Every row stays exactly once.
+    for (int i = 1; i <= 40; ++i)
+        rank->ranks[i] = 41 - i;
+    for (bool inPlace : {false, true}) {
+        TableUpdater bracket(t.table);
+        RecordsTrans trans(t.table);
+        for (const Record& r : t.rows()) {
+            if (r.data(ViewsTestTable::SecId).toInteger64() % 3 != 0)
+                continue;
+            if (inPlace) {
+                Record row = r;
+                row.data(ViewsTestTable::Price) = decimal(7, 0);
+                t.table->updated(row, ViewsTestTable::Price, ViewsTestTable::Price);
+            } else {
+                RecordUpdater(r, trans).data(ViewsTestTable::Price) = decimal(5, 0);
+            }
+        }
+    }
+    std::vector<Record> shown = modelRows(model);
+    QCOMPARE(int(shown.size()), 40);
+    std::sort(shown.begin(), shown.end());
+    QVERIFY(std::unique(shown.begin(), shown.end()) == shown.end());
+
+    // The owner tells the model that the order changed.
+    model.resort();
+    for (int row = 0; row < 40; ++row)
+        QCOMPARE(model.at(row).data(ViewsTestTable::SecId).toInteger64(), qint64(40 - row));
 }
 
 void TestTableModels::modelOutlivesTable()
