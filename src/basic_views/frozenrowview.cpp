@@ -25,11 +25,11 @@ FrozenRowView::FrozenRowView(QTableFastView* table) : TableFastView(table), m_ta
 
     QHeaderView* header = table->horizontalHeader();
     connect(header, &QHeaderView::sectionResized, this, [this](int logical, int, int size) {
-        // A hidden column reports size 0; hiding is taken over by syncColumns.
+        // Hiding reports size 0 before the header records the column as hidden.
         if (size > 0)
             setColumnWidth(logical, size);
         else
-            syncColumns();
+            QMetaObject::invokeMethod(this, &FrozenRowView::syncColumns, Qt::QueuedConnection);
     });
     connect(header, &QHeaderView::sectionMoved, this, &FrozenRowView::syncColumns);
     connect(header, &QHeaderView::sectionCountChanged, this, &FrozenRowView::syncColumns);
@@ -69,12 +69,12 @@ void FrozenRowView::setModel(QAbstractItemModel* newModel)
 
 QSize FrozenRowView::sizeHint() const
 {
-    return QSize(TableFastView::sizeHint().width(), rowHeight());
+    return QSize(TableFastView::sizeHint().width(), fixedRowHeight());
 }
 
 QSize FrozenRowView::minimumSizeHint() const
 {
-    return QSize(0, rowHeight());
+    return QSize(0, fixedRowHeight());
 }
 
 void FrozenRowView::syncColumns()

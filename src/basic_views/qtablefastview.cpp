@@ -26,9 +26,12 @@ QTableFastView::QTableFastView(QWidget* parent) : QTableView(parent)
 
 QTableFastView::~QTableFastView()
 {
-    // The footer dies with the other children after this part of the view is gone.
-    if (m_footer)
+    // The footer follows signals of this view's parts, which go on firing while the base
+    // tears them down: it goes first.
+    if (m_footer && m_footer->parent() == this) {
         disconnect(m_footer, nullptr, this, nullptr);
+        delete m_footer;
+    }
 }
 
 void QTableFastView::setFooterWidget(QWidget* widget)

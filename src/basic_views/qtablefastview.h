@@ -19,7 +19,7 @@ public:
     ~QTableFastView() override;
 
     // The height of every row, from the font.
-    int rowHeight() const { return m_rowHeight; }
+    int fixedRowHeight() const { return m_rowHeight; }
 
     // Takes the widget as a child; its size hint gives its height. A null widget removes
     // the footer (without deleting the old one).
