@@ -26,16 +26,28 @@ void ExporterProxyModel::setSourceModel(QAbstractItemModel* source)
     m_connections.clear();
     QAbstractProxyModel::setSourceModel(source);
     if (source) {
-        const auto shape = &ExporterProxyModel::onSourceShapeChanged;
-        m_connections << connect(source, &QAbstractItemModel::modelReset, this, shape)
-                      << connect(source, &QAbstractItemModel::layoutChanged, this, shape)
-                      << connect(source, &QAbstractItemModel::rowsInserted, this, shape)
-                      << connect(source, &QAbstractItemModel::rowsRemoved, this, shape)
-                      << connect(source, &QAbstractItemModel::rowsMoved, this, shape)
-                      << connect(source, &QAbstractItemModel::columnsInserted, this, shape)
-                      << connect(source, &QAbstractItemModel::columnsRemoved, this, shape)
-                      << connect(source, &QAbstractItemModel::columnsMoved, this, shape)
-                      << connect(source, &QAbstractItemModel::dataChanged, this,
+        using M = QAbstractItemModel;
+        const auto begin = &ExporterProxyModel::beginSourceChange;
+        const auto end = &ExporterProxyModel::endSourceChange;
+        m_connections << connect(source, &M::modelAboutToBeReset, this, begin)
+                      << connect(source, &M::modelReset, this, end)
+                      << connect(source, &M::layoutAboutToBeChanged, this, begin)
+                      << connect(source, &M::layoutChanged, this, end)
+                      << connect(source, &M::rowsAboutToBeInserted, this, begin)
+                      << connect(source, &M::rowsInserted, this, end)
+                      << connect(source, &M::rowsAboutToBeRemoved, this, begin)
+                      << connect(source, &M::rowsRemoved, this, end)
+                      << connect(source, &M::rowsAboutToBeMoved, this, begin)
+                      << connect(source, &M::rowsMoved, this, end)
+                      << connect(source, &M::columnsAboutToBeInserted, this, begin)
+                      << connect(source, &M::columnsInserted, this,
+                                 &ExporterProxyModel::onColumnsInserted)
+                      << connect(source, &M::columnsAboutToBeRemoved, this, begin)
+                      << connect(source, &M::columnsRemoved, this,
+                                 &ExporterProxyModel::onColumnsRemoved)
+                      << connect(source, &M::columnsAboutToBeMoved, this, begin)
+                      << connect(source, &M::columnsMoved, this, end)
+                      << connect(source, &M::dataChanged, this,
                                  &ExporterProxyModel::onSourceDataChanged);
     }
     dropMissing();
@@ -53,7 +65,11 @@ void ExporterProxyModel::setColumns(const QList<int>& columns)
 void ExporterProxyModel::setRows(const QList<int>& rows)
 {
     beginResetModel();
-    m_rows = rows;
+    m_rows.clear();
+    if (QAbstractItemModel* source = sourceModel()) {
+        for (int row : rows)
+            m_rows << QPersistentModelIndex(source->index(row, 0));
+    }
     m_allRows = false;
     dropMissing();
     endResetModel();
@@ -99,7 +115,7 @@ int ExporterProxyModel::sourceRow(int row) const
         return -1;
     if (m_allRows)
         return row;
-    return row < m_rows.size() ? m_rows.at(row) : -1;
+    return row < m_rows.size() && m_rows.at(row).isValid() ? m_rows.at(row).row() : -1;
 }
 
 QModelIndex ExporterProxyModel::mapToSource(const QModelIndex& proxyIndex) const
@@ -118,7 +134,11 @@ QModelIndex ExporterProxyModel::mapFromSource(const QModelIndex& sourceIndex) co
         sourceIndex.parent().isValid())
         return QModelIndex();
     const int column = m_columns.indexOf(sourceIndex.column());
-    const int row = m_allRows ? sourceIndex.row() : m_rows.indexOf(sourceIndex.row());
+    int row = m_allRows ? sourceIndex.row() : -1;
+    for (int i = 0; row < 0 && i < m_rows.size(); ++i) {
+        if (m_rows.at(i).row() == sourceIndex.row())
+            row = i;
+    }
     return column < 0 || row < 0 ? QModelIndex() : index(row, column);
 }
 
@@ -136,11 +156,41 @@ QVariant ExporterProxyModel::headerData(int section, Qt::Orientation orientation
     return row < 0 ? QVariant() : source->headerData(row, orientation, role);
 }
 
-void ExporterProxyModel::onSourceShapeChanged()
+void ExporterProxyModel::beginSourceChange()
 {
     beginResetModel();
+}
+
+void ExporterProxyModel::endSourceChange()
+{
     dropMissing();
     endResetModel();
+}
+
+void ExporterProxyModel::onColumnsInserted(const QModelIndex& parent, int first, int last)
+{
+    if (!parent.isValid()) {
+        for (int& column : m_columns) {
+            if (column >= first)
+                column += last - first + 1;
+        }
+    }
+    endSourceChange();
+}
+
+void ExporterProxyModel::onColumnsRemoved(const QModelIndex& parent, int first, int last)
+{
+    if (!parent.isValid()) {
+        QList<int> kept;
+        for (int column : qAsConst(m_columns)) {
+            if (column < first)
+                kept << column;
+            else if (column > last)
+                kept << column - (last - first + 1);
+        }
+        m_columns = kept;
+    }
+    endSourceChange();
 }
 
 void ExporterProxyModel::onSourceDataChanged(const QModelIndex& topLeft,
@@ -170,9 +220,9 @@ void ExporterProxyModel::dropMissing()
             keptColumns << column;
     }
     m_columns = keptColumns;
-    QList<int> keptRows;
-    for (int row : qAsConst(m_rows)) {
-        if (row >= 0 && row < rows)
+    QList<QPersistentModelIndex> keptRows;
+    for (const QPersistentModelIndex& row : qAsConst(m_rows)) {
+        if (row.isValid() && row.row() < rows)
             keptRows << row;
     }
     m_rows = keptRows;

@@ -9,8 +9,9 @@
 // them: by default every row and no column; setColumns() and setRows() choose. Subclasses
 // change what a cell exports in data().
 //
-// It follows its source: changes of values pass through, and a change of the source's
-// shape keeps the chosen rows and columns that still exist.
+// It follows its source: changes of values pass through; chosen rows follow their records
+// through inserts, removals and sorting, chosen columns through inserts and removals, and
+// what leaves the source leaves the export.
 class BASIC_VIEWS_EXPORT ExporterProxyModel : public QAbstractProxyModel
 {
     Q_OBJECT
@@ -42,14 +43,17 @@ public:
                         int role = Qt::DisplayRole) const override;
 
 private:
-    void onSourceShapeChanged();
+    void beginSourceChange();
+    void endSourceChange();
+    void onColumnsInserted(const QModelIndex& parent, int first, int last);
+    void onColumnsRemoved(const QModelIndex& parent, int first, int last);
     void onSourceDataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight,
                              const QVector<int>& roles);
     void dropMissing();
     int sourceRow(int row) const;
 
     QList<int> m_columns;
-    QList<int> m_rows;
+    QList<QPersistentModelIndex> m_rows; // column 0 of each chosen row
     bool m_allRows = true;
     QList<QMetaObject::Connection> m_connections;
 };
