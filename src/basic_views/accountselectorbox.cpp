@@ -65,8 +65,9 @@ void AccountSelectorBox::onActivated(int row)
 
 void AccountSelectorBox::showAccount()
 {
-    const int row = m_account.isEmpty() ? -1 : findText(m_account, Qt::MatchFixedString |
-                                                                        Qt::MatchCaseSensitive);
+    const int row = m_account.isEmpty()
+                        ? -1
+                        : findText(m_account, Qt::MatchFixedString | Qt::MatchCaseSensitive);
     if (currentIndex() != row)
         setCurrentIndex(row);
 }

@@ -67,8 +67,7 @@ bool DistinctValueModel::contains(const Record& record) const
     return m_valueOf.contains(record);
 }
 
-void DistinctValueModel::update(const Record& record, int firstColumn, int lastColumn,
-                                int position)
+void DistinctValueModel::update(const Record& record, int firstColumn, int lastColumn, int position)
 {
     Q_UNUSED(position);
     if (firstColumn >= 0 && (m_column < firstColumn || m_column > lastColumn))
@@ -104,8 +103,8 @@ void DistinctValueModel::count(const QString& value)
     int& rows = m_rows[value];
     if (rows++ > 0)
         return;
-    const int at = int(std::lower_bound(m_values.cbegin(), m_values.cend(), value) -
-                       m_values.cbegin());
+    const int at =
+        int(std::lower_bound(m_values.cbegin(), m_values.cend(), value) - m_values.cbegin());
     beginInsertRows(QModelIndex(), at, at);
     m_values.insert(at, value);
     endInsertRows();

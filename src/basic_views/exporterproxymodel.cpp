@@ -29,26 +29,24 @@ void ExporterProxyModel::setSourceModel(QAbstractItemModel* source)
         using M = QAbstractItemModel;
         const auto begin = &ExporterProxyModel::beginSourceChange;
         const auto end = &ExporterProxyModel::endSourceChange;
-        m_connections << connect(source, &M::modelAboutToBeReset, this, begin)
-                      << connect(source, &M::modelReset, this, end)
-                      << connect(source, &M::layoutAboutToBeChanged, this, begin)
-                      << connect(source, &M::layoutChanged, this, end)
-                      << connect(source, &M::rowsAboutToBeInserted, this, begin)
-                      << connect(source, &M::rowsInserted, this, end)
-                      << connect(source, &M::rowsAboutToBeRemoved, this, begin)
-                      << connect(source, &M::rowsRemoved, this, end)
-                      << connect(source, &M::rowsAboutToBeMoved, this, begin)
-                      << connect(source, &M::rowsMoved, this, end)
-                      << connect(source, &M::columnsAboutToBeInserted, this, begin)
-                      << connect(source, &M::columnsInserted, this,
-                                 &ExporterProxyModel::onColumnsInserted)
-                      << connect(source, &M::columnsAboutToBeRemoved, this, begin)
-                      << connect(source, &M::columnsRemoved, this,
-                                 &ExporterProxyModel::onColumnsRemoved)
-                      << connect(source, &M::columnsAboutToBeMoved, this, begin)
-                      << connect(source, &M::columnsMoved, this, end)
-                      << connect(source, &M::dataChanged, this,
-                                 &ExporterProxyModel::onSourceDataChanged);
+        m_connections
+            << connect(source, &M::modelAboutToBeReset, this, begin)
+            << connect(source, &M::modelReset, this, end)
+            << connect(source, &M::layoutAboutToBeChanged, this, begin)
+            << connect(source, &M::layoutChanged, this, end)
+            << connect(source, &M::rowsAboutToBeInserted, this, begin)
+            << connect(source, &M::rowsInserted, this, end)
+            << connect(source, &M::rowsAboutToBeRemoved, this, begin)
+            << connect(source, &M::rowsRemoved, this, end)
+            << connect(source, &M::rowsAboutToBeMoved, this, begin)
+            << connect(source, &M::rowsMoved, this, end)
+            << connect(source, &M::columnsAboutToBeInserted, this, begin)
+            << connect(source, &M::columnsInserted, this, &ExporterProxyModel::onColumnsInserted)
+            << connect(source, &M::columnsAboutToBeRemoved, this, begin)
+            << connect(source, &M::columnsRemoved, this, &ExporterProxyModel::onColumnsRemoved)
+            << connect(source, &M::columnsAboutToBeMoved, this, begin)
+            << connect(source, &M::columnsMoved, this, end)
+            << connect(source, &M::dataChanged, this, &ExporterProxyModel::onSourceDataChanged);
     }
     dropMissing();
     endResetModel();
@@ -85,8 +83,7 @@ void ExporterProxyModel::setAllRows()
 
 QModelIndex ExporterProxyModel::index(int row, int column, const QModelIndex& parent) const
 {
-    if (parent.isValid() || row < 0 || column < 0 || row >= rowCount() ||
-        column >= columnCount())
+    if (parent.isValid() || row < 0 || column < 0 || row >= rowCount() || column >= columnCount())
         return QModelIndex();
     return createIndex(row, column);
 }

@@ -233,16 +233,15 @@ bool FileExporter::exportModel(QSharedPointer<ExporterProxyModel> model, const Q
         ok = exportToFile(model.data(), path, format, title, &error);
     }
     if (!ok && !cancelled) {
-        QMessageBox::warning(dialogParent(), caption.isEmpty() ? tr("Экспорт") : caption,
-                             tr("Не удалось сохранить файл %1.\n%2")
-                                 .arg(QDir::toNativeSeparators(path), error));
+        QMessageBox::warning(
+            dialogParent(), caption.isEmpty() ? tr("Экспорт") : caption,
+            tr("Не удалось сохранить файл %1.\n%2").arg(QDir::toNativeSeparators(path), error));
     }
     return ok;
 }
 
-bool FileExporter::exportToFile(const QAbstractItemModel* model, const QString& path,
-                                Format format, const QString& title, QString* error,
-                                const Progress& progress)
+bool FileExporter::exportToFile(const QAbstractItemModel* model, const QString& path, Format format,
+                                const QString& title, QString* error, const Progress& progress)
 {
     auto fail = [error](const QString& reason) {
         if (error)

@@ -125,7 +125,6 @@ void FrozenRowView::followTableModel()
     if (!tableModel)
         return;
     const auto sync = &FrozenRowView::syncColumns;
-    m_tableModelConnections
-        << connect(tableModel, &QAbstractItemModel::columnsInserted, this, sync)
-        << connect(tableModel, &QAbstractItemModel::modelReset, this, sync);
+    m_tableModelConnections << connect(tableModel, &QAbstractItemModel::columnsInserted, this, sync)
+                            << connect(tableModel, &QAbstractItemModel::modelReset, this, sync);
 }

@@ -63,8 +63,8 @@ QRect ItemDelegate::indicatorRect(const QStyleOptionViewItem& option,
     QStyleOptionViewItem opt = option;
     initStyleOption(&opt, index);
     QStyle* style = styleOf(opt);
-    const QRect styled = style->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &opt,
-                                               opt.widget);
+    const QRect styled =
+        style->subElementRect(QStyle::SE_ItemViewItemCheckIndicator, &opt, opt.widget);
     if (!isCheckOnly(index))
         return styled;
     QRect centred(QPoint(0, 0), styled.size());

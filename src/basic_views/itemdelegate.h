@@ -22,16 +22,15 @@ public:
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
     // Where the check box of the cell lies; empty for a cell without one.
-    virtual QRect indicatorRect(const QStyleOptionViewItem& option,
-                                const QModelIndex& index) const;
+    virtual QRect indicatorRect(const QStyleOptionViewItem& option, const QModelIndex& index) const;
     void setModelData(QWidget* editor, QAbstractItemModel* model,
                       const QModelIndex& index) const override;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
 
     // Writes the value into the model; false when the model refused it, with a thrown text
     // shown to the user.
-    bool commitModelData(QAbstractItemModel* model, const QModelIndex& index,
-                         const QVariant& value, int role) const;
+    bool commitModelData(QAbstractItemModel* model, const QModelIndex& index, const QVariant& value,
+                         int role) const;
 
 protected:
     bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,

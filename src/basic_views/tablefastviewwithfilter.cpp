@@ -31,12 +31,11 @@ void TableFastViewWithFilter::setModel(QAbstractItemModel* newModel)
     TableFastView::setModel(newModel);
     if (newModel) {
         const auto refilter = &TableFastViewWithFilter::scheduleFilter;
-        m_modelConnections
-            << connect(newModel, &QAbstractItemModel::rowsInserted, this, refilter)
-            << connect(newModel, &QAbstractItemModel::dataChanged, this, refilter)
-            << connect(newModel, &QAbstractItemModel::modelReset, this, refilter)
-            << connect(newModel, &QAbstractItemModel::layoutChanged, this, refilter)
-            << connect(newModel, &QAbstractItemModel::rowsMoved, this, refilter);
+        m_modelConnections << connect(newModel, &QAbstractItemModel::rowsInserted, this, refilter)
+                           << connect(newModel, &QAbstractItemModel::dataChanged, this, refilter)
+                           << connect(newModel, &QAbstractItemModel::modelReset, this, refilter)
+                           << connect(newModel, &QAbstractItemModel::layoutChanged, this, refilter)
+                           << connect(newModel, &QAbstractItemModel::rowsMoved, this, refilter);
     }
     applyFilter();
 }

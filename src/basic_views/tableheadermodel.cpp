@@ -116,8 +116,7 @@ bool TableHeaderModel::moveRows(const QModelIndex& sourceParent, int sourceRow, 
         destinationChild > m_entries.size() ||
         (destinationChild >= sourceRow && destinationChild <= sourceRow + count))
         return false;
-    beginMoveRows(QModelIndex(), sourceRow, sourceRow + count - 1, QModelIndex(),
-                  destinationChild);
+    beginMoveRows(QModelIndex(), sourceRow, sourceRow + count - 1, QModelIndex(), destinationChild);
     const QList<Entry> moved = m_entries.mid(sourceRow, count);
     for (int i = 0; i < count; ++i)
         m_entries.removeAt(sourceRow);

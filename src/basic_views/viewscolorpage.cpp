@@ -142,9 +142,9 @@ void ViewsColorPage::chooseColor(int row, int column)
     if (row < 0 || row >= colours.size() || column < 0 || column > 1)
         return;
     const int colour = colours.at(row);
-    const QColor chosen = QColorDialog::getColor(pendingColor(column, colour), m_table,
-                                                 ViewsColorManager::instance()->colorTitle(
-                                                     m_view, colour));
+    const QColor chosen =
+        QColorDialog::getColor(pendingColor(column, colour), m_table,
+                               ViewsColorManager::instance()->colorTitle(m_view, colour));
     if (chosen.isValid())
         setPendingColor(column, colour, chosen);
 }

@@ -125,8 +125,8 @@ void ViewWrapper::writeDynamic()
         return;
     QScopedPointer<ExporterProxyModel> proxy(createExporterModel());
     QString error;
-    if (proxy && FileExporter::exportToFile(proxy.data(), m_dynamicPath, m_dynamicFormat,
-                                            title(), &error))
+    if (proxy &&
+        FileExporter::exportToFile(proxy.data(), m_dynamicPath, m_dynamicFormat, title(), &error))
         return;
     // A file that cannot be written now will not be next time either: stop and say so once.
     exportDynamic(false);

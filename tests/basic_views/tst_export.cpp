@@ -74,8 +74,8 @@ private:
     void answerDialog(const QString& path, const QString& filter)
     {
         FileExporter::instance()->setFileChooser(
-            [this, path, filter](QWidget*, const QString&, const QString& suggested,
-                                 const QString&, QString* selected) {
+            [this, path, filter](QWidget*, const QString&, const QString& suggested, const QString&,
+                                 QString* selected) {
                 m_suggested = suggested;
                 *selected = filter;
                 return path;
@@ -213,8 +213,7 @@ void TestExport::cancelledExportKeepsOldFile()
     QVERIFY(sawProgress);
     QVERIFY(catcher.texts.isEmpty()); // a cancel is no error
     QCOMPARE(readFile(path), QByteArray("old"));
-    QCOMPARE(QDir(m_dir->path()).entryList({"kept.csv*"}, QDir::Files),
-             QStringList{"kept.csv"});
+    QCOMPARE(QDir(m_dir->path()).entryList({"kept.csv*"}, QDir::Files), QStringList{"kept.csv"});
 
     // Without a cancel the same export goes through, in place of the old file.
     QVERIFY(FileExporter::instance()->exportModel(proxy, "Большая", "Экспорт"));

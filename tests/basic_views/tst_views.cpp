@@ -97,6 +97,7 @@ private slots:
     void layoutSurvivesStoreAndRestore();
     void damagedLayoutFallsBack_data();
     void damagedLayoutFallsBack();
+    void filterAndCopyTakeWhatIsShown();
     void delegateShowsRefusal_data();
     void delegateShowsRefusal();
     void comboBoxDelegateWritesChoice();
@@ -159,8 +160,8 @@ void TestViews::frozenRowFollowsTable()
     // The row lies under the cells, as wide as they are, and the last row of the table can
     // be scrolled into view above it.
     const QRect cells = table.viewport()->geometry();
-    QCOMPARE(frozen->geometry(), QRect(cells.left(), cells.bottom() + 1, cells.width(),
-                                       frozen->sizeHint().height()));
+    QCOMPARE(frozen->geometry(),
+             QRect(cells.left(), cells.bottom() + 1, cells.width(), frozen->sizeHint().height()));
     QVERIFY(table.horizontalScrollBar()->isVisible());
     QVERIFY(frozen->geometry().bottom() <
             table.horizontalScrollBar()->mapTo(&table, QPoint(0, 0)).y());
@@ -250,11 +251,10 @@ void TestViews::damagedLayoutFallsBack_data()
     QTest::addColumn<QStringList>("hiddenKeys");
 
     const QStringList natural{"f0", "f1", "f2", "f3"};
-    QTest::newRow("missing keys") << QVariant() << QVariant() << QVariant() << QVariant()
-                                  << natural << QStringList();
-    QTest::newRow("a number where a list belongs")
-        << QVariant(42) << QVariant(7) << QVariant("x") << QVariant("y") << natural
-        << QStringList();
+    QTest::newRow("missing keys") << QVariant() << QVariant() << QVariant() << QVariant() << natural
+                                  << QStringList();
+    QTest::newRow("a number where a list belongs") << QVariant(42) << QVariant(7) << QVariant("x")
+                                                   << QVariant("y") << natural << QStringList();
     QTest::newRow("unknown and repeated keys, wild widths")
         << QVariant(QStringList{"zz", "f2", "f2", "", "f0"}) << QVariant(QStringList{"zz"})
         << QVariant(QStringList{"-5", "999999", "abc", "0", "60"}) << QVariant(9)
@@ -301,13 +301,48 @@ void TestViews::damagedLayoutFallsBack()
                  qPrintable(QString::number(view.columnWidth(c))));
 }
 
+void TestViews::filterAndCopyTakeWhatIsShown()
+{
+    auto model = makeModel(12, 3);
+    CommonView view;
+    view.setModel(model.get());
+    view.setColumnHidden(2, true);
+    view.horizontalHeader()->moveSection(1, 0);
+
+    // "1C" is in rows 1 and 11 of the shown columns; the hidden column is not searched.
+    view.setFilterText(QStringLiteral("1C"));
+    auto shownRows = [&view, &model] {
+        QList<int> rows;
+        for (int r = 0; r < model->rowCount(); ++r) {
+            if (!view.isRowHidden(r))
+                rows << r;
+        }
+        return rows;
+    };
+    QCOMPARE(shownRows(), QList<int>({1, 11}));
+    view.setFilterText(QStringLiteral("c2"));
+    QCOMPARE(shownRows(), QList<int>());
+
+    // A change of the model is filtered again once its batch is over.
+    view.setFilterText(QStringLiteral("1c"));
+    model->item(3, 0)->setText(QStringLiteral("x1c"));
+    QTRY_COMPARE(shownRows(), QList<int>({1, 3, 11}));
+
+    view.selectAll();
+    QCOMPARE(view.selectionText(), QStringLiteral("r1c1\tr1c0\nr3c1\tx1c\nr11c1\tr11c0"));
+    view.setFilterText(QString());
+    QCOMPARE(shownRows().size(), 12);
+}
+
 void TestViews::delegateShowsRefusal_data()
 {
     QTest::addColumn<QString>("typed");
     QTest::addColumn<QString>("stored");
     QTest::addColumn<QStringList>("shown");
-    QTest::newRow("refused") << "bad" << "old" << QStringList{"Недопустимое значение"};
-    QTest::newRow("accepted") << "good" << "good" << QStringList();
+    QTest::newRow("refused") << "bad"
+                             << "old" << QStringList{"Недопустимое значение"};
+    QTest::newRow("accepted") << "good"
+                              << "good" << QStringList();
 }
 
 void TestViews::delegateShowsRefusal()
@@ -338,8 +373,7 @@ void TestViews::comboBoxDelegateWritesChoice()
     ComboBoxDelegate delegate(new ComboBoxContainerFactory(&choices, 0));
     QWidget parent;
 
-    std::unique_ptr<QWidget> editor(
-        delegate.createEditor(&parent, QStyleOptionViewItem(), cell));
+    std::unique_ptr<QWidget> editor(delegate.createEditor(&parent, QStyleOptionViewItem(), cell));
     auto* box = qobject_cast<QComboBox*>(editor.get());
     QVERIFY(box);
     delegate.setEditorData(box, cell);
