@@ -1,6 +1,7 @@
 #include "itemmodelwithdelegates.h"
 
 #include "columnmodeldelegate.h"
+#include "headerlayout.h"
 
 #include "database/field.h"
 #include "database/table.h"
@@ -66,7 +67,10 @@ QVariant ItemModelWithDelegates::headerData(int section, Qt::Orientation orienta
     case Qt::ToolTipRole:
         return column.toolTip.isEmpty() ? QVariant() : QVariant(column.toolTip);
     case Qt::UserRole:
+    case HeaderLayout::ColumnNameRole:
         return column.name;
+    case HeaderLayout::DefaultHiddenRole:
+        return column.hiddenByDefault;
     default:
         return QVariant();
     }
@@ -92,6 +96,7 @@ int ItemModelWithDelegates::addColumn(int field)
     column.title = def.title;
     column.toolTip = def.description;
     column.type = def.type;
+    column.hiddenByDefault = !def.visible;
     return appendColumn(column);
 }
 

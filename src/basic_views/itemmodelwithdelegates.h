@@ -93,6 +93,7 @@ private:
         QString title;
         QString toolTip;
         FieldType::Type type = FieldType::Invalid;
+        bool hiddenByDefault = false;
         Qt::Alignment alignment;
         bool alignmentSet = false;
     };

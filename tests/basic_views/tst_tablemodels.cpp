@@ -1,5 +1,6 @@
 #include "viewstesttable.h"
 
+#include "basic_views/headerlayout.h"
 #include "basic_views/datecolumndelegate.h"
 #include "basic_views/groupmentrecordcolumns.h"
 #include "contact/variantcompare.h"
@@ -544,6 +545,16 @@ void TestTableModels::headers()
     QCOMPARE(model.headerData(ViewsTestTable::Lot, Qt::Horizontal).toString(),
              QStringLiteral("lot_size"));
     QVERIFY(!model.headerData(ViewsTestTable::Lot, Qt::Horizontal, Qt::ToolTipRole).isValid());
+    // Views save their layout by column name and start with the table's hidden columns hidden.
+    QCOMPARE(model.headerData(ViewsTestTable::Price, Qt::Horizontal, HeaderLayout::ColumnNameRole)
+                 .toString(),
+             QStringLiteral("price"));
+    QCOMPARE(model.headerData(ViewsTestTable::Price, Qt::Horizontal, HeaderLayout::DefaultHiddenRole)
+                 .toBool(),
+             false);
+    QCOMPARE(model.headerData(ViewsTestTable::Lot, Qt::Horizontal, HeaderLayout::DefaultHiddenRole)
+                 .toBool(),
+             true);
     QCOMPARE(model.headerData(4, Qt::Vertical).toInt(), 5);
     QVERIFY(!model.headerData(99, Qt::Horizontal).isValid());
 

@@ -65,7 +65,7 @@ struct ViewsTestTable
                     QStringLiteral("Волатильность"));
         t.addColumn(QStringLiteral("decimals"), FieldType::Integer, 0, false,
                     QStringLiteral("Знаков"));
-        t.addColumn(QStringLiteral("lot_size"), FieldType::Integer, 0, false, QString());
+        t.addColumn(QStringLiteral("lot_size"), FieldType::Integer, 0, false, QString(), false);
     }
     ~ViewsTestTable() { delete table.data(); }
     ViewsTestTable(const ViewsTestTable&) = delete;
