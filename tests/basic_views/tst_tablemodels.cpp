@@ -1,8 +1,8 @@
 #include "viewstesttable.h"
 
-#include "basic_views/headerlayout.h"
 #include "basic_views/datecolumndelegate.h"
 #include "basic_views/groupmentrecordcolumns.h"
+#include "basic_views/headerlayout.h"
 #include "contact/variantcompare.h"
 #include "basic_views/matchmodel.h"
 #include "basic_views/optiontypecolumndelegate.h"
