@@ -1,6 +1,7 @@
 #include "commandline.h"
 #include "pluginloader.h"
 #include "terminal.h"
+#include "terminalapplication.h"
 
 #include <QApplication>
 #include <QTimer>
@@ -47,13 +48,14 @@ int main(int argc, char** argv)
     if (options.listPlugins)
         return listPlugins(options, argc, argv);
 
-    QApplication app(argc, argv);
+    TerminalApplication app(argc, argv);
     QApplication::setApplicationName(QStringLiteral("optcalc-terminal"));
     QApplication::setApplicationVersion(QStringLiteral("0.1"));
     Terminal terminal(options);
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &terminal, &Terminal::shutdown);
 
-    // Set before start(): a message box at start must not hold off the screenshot or the end.
+    // Armed before the start, which runs inside the event loop: a message box at start must
+    // hold off neither the screenshot nor the end.
     if (!options.screenshotFile.isEmpty()) {
         QTimer::singleShot(options.screenshotDelayMs, &terminal, [&terminal, &options] {
             if (terminal.saveScreenshot(options.screenshotFile))
@@ -66,6 +68,6 @@ int main(int argc, char** argv)
     if (options.quitAfterMs >= 0)
         QTimer::singleShot(options.quitAfterMs, &app, &QCoreApplication::quit);
 
-    terminal.start();
+    QTimer::singleShot(0, &terminal, &Terminal::start);
     return app.exec();
 }

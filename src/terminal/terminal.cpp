@@ -107,6 +107,9 @@ void Terminal::start()
                                                   : m_options.pluginDir);
     m_plugins->initialize(m_core);
     m_mainWindow->show();
+    // The host's menus act on the focused window; without a window manager to activate the
+    // main window nothing would hold the focus.
+    m_mainWindow->activateWindow();
     m_mainWindow->mdiArea()->setFocus();
     m_workspace->restore(m_windowManager, m_mainWindow.get());
     if (!m_workspace->notice().isEmpty())

@@ -106,5 +106,11 @@ bool WindowManager::hostView(IView* view, QWidget* widget, IViewFactory* factory
         // The view gets its size; the frame adds its title bar and borders around it.
         frame->resize(size + frame->size() - widget->size());
     }
+    // The area placed the frame at its first size; one that no longer fits goes to a
+    // cascade position instead.
+    if (!m_area->viewport()->rect().contains(frame->geometry())) {
+        const int step = 24 * ((m_area->subWindowList().size() - 1) % 10);
+        frame->move(step, step);
+    }
     return true;
 }
