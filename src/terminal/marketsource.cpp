@@ -1,0 +1,10 @@
+#include "marketsource.h"
+
+MarketSource::MarketSource(QObject* parent) : QObject(parent) {}
+
+MarketSource::~MarketSource() = default;
+
+QString MarketSource::transportName() const
+{
+    return QStringLiteral("KESTREL");
+}
