@@ -1,11 +1,12 @@
 #include "hostviewfactories.h"
 
+#include "marketviewfactory.h"
 #include "postponedordersfactory.h"
 
 std::vector<std::unique_ptr<IViewFactory>> createHostViewFactories()
 {
     std::vector<std::unique_ptr<IViewFactory>> factories;
     factories.push_back(std::make_unique<PostponedOrdersFactory>());
-    // The market view's factory goes here.
+    factories.push_back(std::make_unique<MarketViewFactory>());
     return factories;
 }

@@ -4,6 +4,7 @@
 #include "mainwindow.h"
 #include "marketsource.h"
 #include "marketsourcefactory.h"
+#include "marketviewfactory.h"
 #include "orderstable.h"
 #include "pluginloader.h"
 #include "pluginsdialog.h"
@@ -18,6 +19,7 @@
 #include "database/settings.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QMdiArea>
 #include <QPixmap>
 
@@ -113,6 +115,7 @@ void Terminal::start()
     // main window nothing would hold the focus.
     m_mainWindow->activateWindow();
     m_mainWindow->mdiArea()->setFocus();
+    const bool firstStart = !QFileInfo::exists(m_workspace->fileName());
     m_workspace->restore(m_windowManager, m_mainWindow.get());
     if (!m_workspace->notice().isEmpty())
         notify(m_workspace->notice());
@@ -120,6 +123,9 @@ void Terminal::start()
         if (!m_windowManager->openView(request.viewId, request.key))
             notify(tr("Окно «%1» не открыто").arg(request.viewId));
     }
+    // An empty terminal tells a new user nothing: the first start shows the market.
+    if (firstStart && m_options.marketOnFirstStart && m_options.open.isEmpty() && m_feed)
+        m_windowManager->openView(QString::fromLatin1(MarketViewFactory::ViewId), QString());
     m_autosave.start();
 }
 

@@ -40,4 +40,7 @@ struct TerminalOptions
     // Negative: run until the user quits.
     int quitAfterMs = -1;
     bool listPlugins = false;
+    // A first start (no workspace yet) opens the market view, so that a new user sees the
+    // feed at once.
+    bool marketOnFirstStart = true;
 };

@@ -1,6 +1,7 @@
 #include "terminal/errorreporter.h"
 #include "terminal/mainwindow.h"
 #include "terminal/marketsource.h"
+#include "terminal/marketview.h"
 #include "terminal/optionsdialog.h"
 #include "terminal/orderstable.h"
 #include "terminal/pluginloader.h"
@@ -19,6 +20,7 @@
 #include "c_api/viewregistry.h"
 #include "connections_model/connectionsmanager.h"
 #include "database/masterindexcolumn.h"
+#include "basic_views/tableindexmodel.h"
 #include "database/table.h"
 #include "database/settings.h"
 
@@ -223,6 +225,7 @@ TerminalOptions TestTerminalHost::options(const QString& pluginDir) const
     TerminalOptions o;
     o.configDir = m_dir->filePath("config");
     o.pluginDir = pluginDir.isEmpty() ? m_dir->filePath("empty-plugins") : pluginDir;
+    o.marketOnFirstStart = false;
     return o;
 }
 
@@ -400,6 +403,32 @@ void TestTerminalHost::marketFeedSeam()
         }
         QCOMPARE(transportStatus(), int(ITransport::Connected));
         QVERIFY(terminal.notices().isEmpty());
+    }
+    {
+        // A first start shows the market of the first base asset, live; the next start
+        // brings back the workspace as it was left.
+        TerminalOptions o = options();
+        o.marketOnFirstStart = true;
+        o.configDir = m_dir->filePath("first-start");
+        QString baseCode;
+        {
+            Terminal terminal(o);
+            terminal.start();
+            const QList<IView*> views = terminal.windowManager()->views();
+            QCOMPARE(views.size(), 1);
+            auto* market = dynamic_cast<MarketView*>(views.first());
+            QVERIFY(market);
+            baseCode = market->baseCode();
+            QVERIFY(!baseCode.isEmpty());
+            QVERIFY(market->marketModel()->rowCount() > 0);
+            const int baseColumn = market->marketModel()->table()->columnIndex("base_code");
+            for (int row = 0; row < market->marketModel()->rowCount(); ++row)
+                QCOMPARE(market->marketModel()->at(row).data(baseColumn).toString(), baseCode);
+            terminal.windowManager()->closeView(views.first());
+        }
+        Terminal terminal(o);
+        terminal.start();
+        QVERIFY(terminal.windowManager()->views().isEmpty());
     }
     {
         // A snapshot with a bad line: the user is told where, that table stays empty and
