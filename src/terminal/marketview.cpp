@@ -1,6 +1,7 @@
 #include "marketview.h"
 
 #include "basic_views/basecodeselectormodel.h"
+#include "basic_views/pricecolumndelegate.h"
 #include "basic_views/tableindexmodel.h"
 #include "c_api/icore.h"
 #include "c_api/tableregistry.h"
@@ -43,8 +44,14 @@ MarketView::MarketView(const QString& baseCode, QWidget* parent) : CommonView(pa
              {"sec_name", "option_type", "strike", "expdate", "bid", "ask", "price",
               "theor_price", "volat", "delta", "gamma", "vega", "theta", "lasttime"})
             m_model->addColumn(QString::fromLatin1(column));
+        // Prices at the decimals of their security, not at the column's scale.
+        for (const char* column : {"strike", "bid", "ask", "price", "theor_price"}) {
+            const int at = m_model->fieldIndex(QString::fromLatin1(column));
+            if (at >= 0)
+                m_model->setColumnDelegate(at, new PriceColumnDelegate(m_model));
+        }
         m_baseCodeColumn = table->columnIndex(QStringLiteral("base_code"));
-        const int strike = table->columnIndex(QStringLiteral("strike"));
+        const int strike = m_model->fieldIndex(QStringLiteral("strike"));
         if (strike >= 0)
             m_model->setSort(strike, Qt::AscendingOrder);
         setModel(m_model);

@@ -422,8 +422,14 @@ void TestTerminalHost::marketFeedSeam()
             QVERIFY(!baseCode.isEmpty());
             QVERIFY(market->marketModel()->rowCount() > 0);
             const int baseColumn = market->marketModel()->table()->columnIndex("base_code");
-            for (int row = 0; row < market->marketModel()->rowCount(); ++row)
-                QCOMPARE(market->marketModel()->at(row).data(baseColumn).toString(), baseCode);
+            const int strikeColumn = market->marketModel()->table()->columnIndex("strike");
+            for (int row = 0; row < market->marketModel()->rowCount(); ++row) {
+                const Record record = market->marketModel()->at(row);
+                QCOMPARE(record.data(baseColumn).toString(), baseCode);
+                if (row > 0) // by strike, the futures (no strike) first
+                    QVERIFY(market->marketModel()->at(row - 1).data(strikeColumn).compare(
+                                record.data(strikeColumn)) <= 0);
+            }
             terminal.windowManager()->closeView(views.first());
         }
         Terminal terminal(o);
