@@ -1,5 +1,9 @@
 #include "viewframe.h"
 
+#include <QEvent>
+#include <QToolBar>
+#include <QVBoxLayout>
+
 #include "errorreporter.h"
 
 #include "c_api/icore.h"
@@ -12,8 +16,24 @@ ViewFrame::ViewFrame(IView* view, QWidget* widget, QWidget* parent)
     : QMdiSubWindow(parent), m_view(view), m_widget(widget)
 {
     setAttribute(Qt::WA_DeleteOnClose);
-    setWidget(widget);
+    // The view's tool bars stand above it, inside the frame.
+    const QList<QToolBar*> bars = view->toolBars();
+    if (bars.isEmpty()) {
+        setWidget(widget);
+    } else {
+        auto* box = new QWidget;
+        auto* layout = new QVBoxLayout(box);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->setSpacing(0);
+        for (QToolBar* bar : bars)
+            if (bar)
+                layout->addWidget(bar);
+        layout->addWidget(widget);
+        setWidget(box);
+    }
     setWindowTitle(widget->windowTitle());
+    // A view may retitle itself, such as a view of another base asset.
+    widget->installEventFilter(this);
     // A view that shows no menu of its own gets the host's; one that handles the event
     // itself keeps it.
     if (widget->contextMenuPolicy() == Qt::DefaultContextMenu) {
@@ -88,4 +108,11 @@ void ViewFrame::activate()
     raise();
     if (m_widget)
         m_widget->setFocus();
+}
+
+bool ViewFrame::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_widget && event->type() == QEvent::WindowTitleChange)
+        setWindowTitle(m_widget->windowTitle());
+    return QMdiSubWindow::eventFilter(watched, event);
 }

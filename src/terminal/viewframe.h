@@ -31,6 +31,9 @@ public:
     void setTitle(const QString& title) override;
     void activate() override;
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
     void showContextMenu(const QPoint& pos);
     void onViewDestroyed();

@@ -26,6 +26,7 @@
 
 #include "gui/menutext.h"
 
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMdiArea>
@@ -430,6 +431,13 @@ void TestTerminalHost::marketFeedSeam()
                     QVERIFY(market->marketModel()->at(row - 1).data(strikeColumn).compare(
                                 record.data(strikeColumn)) <= 0);
             }
+            // The view's tool bar with its choice of base asset stands in the frame, and
+            // the frame's title follows the choice.
+            ViewFrame* frame = terminal.windowManager()->frameOf(views.first());
+            auto* codes = frame->findChild<QComboBox*>("baseCodes");
+            QVERIFY(codes && codes->count() > 1);
+            market->setBaseCode(codes->itemText(1));
+            QCOMPARE(frame->windowTitle(), QString("Рынок: %1").arg(codes->itemText(1)));
             terminal.windowManager()->closeView(views.first());
         }
         Terminal terminal(o);
