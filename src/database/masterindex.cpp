@@ -41,45 +41,69 @@ Record MasterIndex::findByKey(const Record& key) const
     return row;
 }
 
-int MasterIndex::slotOf(const Record& row) const
+uint MasterIndex::hashOf(const Record& row) const
 {
-    // Integer keys hash to themselves: mix the bits before the low ones pick the slot.
+    // Integer keys hash to themselves: mix the bits before the low ones pick the set.
     uint h = m_keyHash(this, row.rowBlock());
     h ^= h >> 16;
     h *= 0x45d9f3bu;
     h ^= h >> 16;
-    return int(h & uint(m_lookup.size() - 1));
+    return h;
 }
 
 Record MasterIndex::cachedRow(const Record& key) const
 {
-    if (!m_keyHash || m_lookup.isEmpty() || key.table() != table())
+    if (!m_keyHash || m_lookup.empty() || key.table() != table() || !isTableKey())
         return Record();
-    const Record& row = m_lookup.at(slotOf(key));
-    if (row.isNull() || !row.inTable() || !isTableKey() || compare(row, key) != 0)
-        return Record();
-    return row;
+    const uint h = hashOf(key);
+    const LookupSet& set = m_lookup[h & uint(m_lookup.size() - 1)];
+    for (int way = 0; way < LookupSet::Ways; ++way) {
+        if (set.hashes[way] != h)
+            continue;
+        const Record& row = set.rows[way];
+        if (!row.isNull() && row.inTable() && compare(row, key) == 0)
+            return row;
+    }
+    return Record();
 }
 
 void MasterIndex::cacheRow(const Record& key, const Record& row) const
 {
     if (!m_keyHash || key.table() != table() || !isTableKey())
         return;
-    const int wanted = m_records.count() * 2;
+    const size_t wanted = size_t(m_records.count()) / 2;
     if (m_lookup.size() < wanted) {
         m_lookup.clear();
-        m_lookup.resize(int(qNextPowerOfTwo(quint32(qMax(64, wanted)))));
+        m_lookup.resize(qNextPowerOfTwo(quint32(qMax<size_t>(16, wanted))));
     }
-    m_lookup[slotOf(key)] = row;
+    const uint h = hashOf(key);
+    LookupSet& set = m_lookup[h & uint(m_lookup.size() - 1)];
+    // A free way or a stale one first; otherwise the oldest way goes, and the newest
+    // stands first.
+    int way = 0;
+    while (way < LookupSet::Ways && !set.rows[way].isNull() && set.rows[way].inTable())
+        ++way;
+    if (way == LookupSet::Ways) {
+        for (way = LookupSet::Ways - 1; way > 0; --way) {
+            set.hashes[way] = set.hashes[way - 1];
+            set.rows[way] = std::move(set.rows[way - 1]);
+        }
+    }
+    set.hashes[way] = h;
+    set.rows[way] = row;
 }
 
 void MasterIndex::forgetRow(const Record& row)
 {
-    if (!m_keyHash || m_lookup.isEmpty())
+    if (!m_keyHash || m_lookup.empty())
         return;
-    Record& slot = m_lookup[slotOf(row)];
-    if (slot == row)
-        slot = Record();
+    LookupSet& set = m_lookup[hashOf(row) & uint(m_lookup.size() - 1)];
+    for (int way = 0; way < LookupSet::Ways; ++way) {
+        if (set.rows[way] == row) {
+            set.rows[way] = Record();
+            set.hashes[way] = 0;
+        }
+    }
 }
 
 Record MasterIndex::findRecord(const QString& key) const

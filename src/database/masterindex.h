@@ -3,6 +3,7 @@
 #include "indexsort.h"
 
 #include <QVector>
+#include <vector>
 
 // An IndexSort that is, or can be, a table's key: no two of its rows compare equal.
 // As a table's key it holds every row of the table.
@@ -36,16 +37,24 @@ protected:
 
 private:
     friend class Table;
-    int slotOf(const Record& row) const;
+    // Rows found by key, in sets of four ways picked by the key's hash. Each way keeps the
+    // full hash beside the row, so a look-up touches a row only when the hash matches, and
+    // the row is then checked against the key: a row removed or rekeyed since simply
+    // misses, and the cache never needs to follow the list. Four ways keep keys that share
+    // a set from pushing each other out. Filled by look-ups, so not for concurrent use,
+    // like the table itself.
+    struct LookupSet
+    {
+        static constexpr int Ways = 4;
+        uint hashes[Ways] = {};
+        Record rows[Ways];
+    };
+    uint hashOf(const Record& row) const;
     Record cachedRow(const Record& key) const;
     void cacheRow(const Record& key, const Record& row) const;
     void forgetRow(const Record& row);
-
     KeyHash m_keyHash = nullptr;
-    // Rows found by key, one per slot at their key's hash. A slot is checked against the
-    // key before use, so it never needs to follow the list: a row removed or rekeyed since
-    // simply misses. Filled by lookups, so not for concurrent use, like the table itself.
-    mutable QVector<Record> m_lookup;
+    mutable std::vector<LookupSet> m_lookup;
 
     // The table keeps its rows here and changes them directly, without notifications.
     int insertRow(const Record& record);
