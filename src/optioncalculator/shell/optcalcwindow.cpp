@@ -109,6 +109,8 @@ QList<IViewSettingsPage*> OptCalcWindow::getSettingsPages(QObject* parent)
 
 void OptCalcWindow::populateActionsAt(const QPoint&, QMenu* menu)
 {
+    if (!menu)
+        return;
     menu->addAction(plotViewAction);
     menu->addAction(realPortfolioViewAction);
     menu->addAction(virtualPortfolioViewAction);
@@ -163,9 +165,11 @@ void OptCalcWindow::restore(const Settings&, const Settings& second)
         if (parts.size() == 2)
             baseCode = parts.first().trimmed();
     }
+    // Read first: building sets the title afresh, and the user's title must survive it.
+    const QString userTitle = property(UserTitleProperty).toString();
     if (!built)
         buildWindow();
-    setUserTitle(property(UserTitleProperty).toString());
+    setUserTitle(userTitle);
     setAccount(second.value(QStringLiteral("account")).toString());
     readActionStates(second);
     restoreState(second.value(QStringLiteral("windowState")).toByteArray());
