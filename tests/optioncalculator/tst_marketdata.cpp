@@ -46,20 +46,12 @@ int buildDirectoryOverIncompleteTable(int argc, char** argv)
     return 0;
 }
 
-QList<qint64> secIdsOf(const QList<Record>& records)
-{
-    QList<qint64> ids;
-    for (const Record& r : records)
-        ids << r.data(QStringLiteral("sec_id")).toInteger64();
-    return ids;
-}
-
+// Counts its constructions; fails while failuresLeft, and waits for release once started
+// is set.
 struct Probe
 {
-    static int made;
-    static int failuresLeft;
-    static QSemaphore* started;
-    static QSemaphore* release;
+    static inline int made = 0, failuresLeft = 0;
+    static inline QSemaphore *started = nullptr, *release = nullptr;
     Probe()
     {
         if (started) {
@@ -73,10 +65,6 @@ struct Probe
         ++made;
     }
 };
-int Probe::made = 0;
-int Probe::failuresLeft = 0;
-QSemaphore* Probe::started = nullptr;
-QSemaphore* Probe::release = nullptr;
 
 } // namespace
 
@@ -124,10 +112,10 @@ void TestMarketData::directoryHoldsTheDerivatives()
     }
     std::sort(expected.begin(), expected.end());
     QCOMPARE(expected.size(), 30);
-    QList<Record> held;
+    QList<qint64> held;
     for (int i = 0; i < directory->count(); ++i)
-        held << directory->at(i).record;
-    QCOMPARE(secIdsOf(held), expected);
+        held << directory->at(i).record.data(QStringLiteral("sec_id")).toInteger64();
+    QCOMPARE(held, expected);
 
     const OptCalcSecurity& call = directory->find(1, market.secId(QStringLiteral("RI150000CA")));
     QCOMPARE(call.record, market.security(QStringLiteral("RI150000CA")));
@@ -286,24 +274,18 @@ void TestMarketData::coefficientsTableMissing()
 
 void TestMarketData::guardRetriesAndMakesOne()
 {
-    {
-        SingletonGuard<Probe> guard;
-        Probe::made = 0;
-        Probe::failuresLeft = 2;
-        for (int attempt = 0; attempt < 2; ++attempt) {
-            QVERIFY_EXCEPTION_THROWN(guard.instance(), std::runtime_error);
-            QCOMPARE(guard.state(), SingletonGuard<Probe>::Failed);
-        }
-        Probe* probe = guard.instance();
-        QVERIFY(probe);
-        QCOMPARE(guard.instance(), probe);
-        QCOMPARE(Probe::made, 1);
-        guard.reset();
-        QCOMPARE(guard.state(), SingletonGuard<Probe>::NotMade);
+    SingletonGuard<Probe> guard;
+    Probe::failuresLeft = 2;
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        QVERIFY_EXCEPTION_THROWN(guard.instance(), std::runtime_error);
+        QCOMPARE(guard.state(), SingletonGuard<Probe>::Failed);
     }
+    QVERIFY(guard.instance());
+    QCOMPARE(guard.instance(), guard.instance());
+    QCOMPARE(Probe::made, 1);
+    guard.reset();
 
     // A second caller while the first is constructing waits for the same object.
-    SingletonGuard<Probe> guard;
     QSemaphore started, release;
     Probe::made = 0;
     Probe::started = &started;
@@ -337,8 +319,8 @@ void TestMarketData::missingColumnStopsTheProgram()
                                             "struct members found! Members position: 6 22 \n"
                                             "File ")),
              qPrintable(output));
-    QVERIFY2(output.contains(QRegularExpression(
-                 QStringLiteral("securitiesoptcalcdirectory\\.cpp, Line \\d+"))),
+    QVERIFY2(output.contains(
+                 QRegularExpression(QStringLiteral("securitiesoptcalcdirectory\\.cpp, Line \\d+"))),
              qPrintable(output));
 }
 

@@ -58,8 +58,7 @@ void ExpdateByBaseCodeModel::preprocess(const QList<Record>& removed, const QLis
 }
 
 void ExpdateByBaseCodeModel::process(const QList<Record>& removed, const QList<Record>& updated,
-                                     int firstColumn, int lastColumn,
-                                     const QList<Record>& inserted)
+                                     int firstColumn, int lastColumn, const QList<Record>& inserted)
 {
     if (removed.isEmpty() && inserted.isEmpty())
         return;

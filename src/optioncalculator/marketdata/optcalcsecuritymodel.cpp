@@ -89,8 +89,7 @@ bool OptCalcSecurityModel::filter(const Record& record) const
 
 void OptCalcSecurityModel::preprocess(const QList<Record>& removed, const QList<Record>& updated,
                                       int firstColumn, int lastColumn,
-                                      const QList<Record>& inserted,
-                                      const QList<Record>& replaced)
+                                      const QList<Record>& inserted, const QList<Record>& replaced)
 {
     if (removed.isEmpty() && inserted.isEmpty())
         return;

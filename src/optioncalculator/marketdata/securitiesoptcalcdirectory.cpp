@@ -37,7 +37,8 @@ void SecuritiesOptCalcDirectory::resetInstance()
     directory.reset();
 }
 
-SecuritiesOptCalcDirectory::SecuritiesOptCalcDirectory() : QObject(nullptr), Index(securitiesTable())
+SecuritiesOptCalcDirectory::SecuritiesOptCalcDirectory()
+    : QObject(nullptr), Index(securitiesTable())
 {
     m_nullSecurity.columns = &unsetColumns;
     Table* t = table();
@@ -45,7 +46,7 @@ SecuritiesOptCalcDirectory::SecuritiesOptCalcDirectory() : QObject(nullptr), Ind
         t->addIndex(this);
         // The rows cannot be read once their table is gone; the Index base forgets the
         // table by itself.
-        connect(t, &QObject::destroyed, this, [this] { m_entries.clear(); });
+        connect(t, &QObject::destroyed, this, [this] { clear(); });
     }
     m_columns.lookUp(t);
     CHECK_COLUMNS_FUNC(m_columns.toVector());
@@ -57,34 +58,25 @@ SecuritiesOptCalcDirectory::~SecuritiesOptCalcDirectory() = default;
 
 const OptCalcSecurity& SecuritiesOptCalcDirectory::find(int stockId, long long secId) const
 {
-    const auto it = lowerBound(stockId, secId);
-    if (it == m_entries.end() || !it->hasKey(stockId, secId))
-        return m_nullSecurity;
-    return it->security;
+    const auto it = m_securities.constFind(Key{stockId, secId});
+    return it == m_securities.cend() ? m_nullSecurity : *it;
 }
 
-std::vector<SecuritiesOptCalcDirectory::Entry>::iterator
-SecuritiesOptCalcDirectory::lowerBound(int stockId, qint64 secId)
+const OptCalcSecurity& SecuritiesOptCalcDirectory::at(int i) const
 {
-    return std::lower_bound(m_entries.begin(), m_entries.end(), Key{stockId, secId});
+    return *m_securities.constFind(m_keys.at(size_t(i)));
 }
 
-std::vector<SecuritiesOptCalcDirectory::Entry>::const_iterator
-SecuritiesOptCalcDirectory::lowerBound(int stockId, qint64 secId) const
+SecuritiesOptCalcDirectory::Key SecuritiesOptCalcDirectory::keyOf(const Record& record) const
 {
-    return std::lower_bound(m_entries.begin(), m_entries.end(), Key{stockId, secId});
-}
-
-SecuritiesOptCalcDirectory::Entry SecuritiesOptCalcDirectory::entryOf(const Record& record) const
-{
-    return Entry{record.data(m_columns.sec_id).toInteger64(),
-                 record.data(m_columns.stock_id).toInteger(),
-                 {record, &m_columns}};
+    return Key{record.data(m_columns.stock_id).toInteger(),
+               record.data(m_columns.sec_id).toInteger64()};
 }
 
 void SecuritiesOptCalcDirectory::clear()
 {
-    std::vector<Entry>().swap(m_entries);
+    std::vector<Key>().swap(m_keys);
+    m_securities = QHash<Key, OptCalcSecurity>();
 }
 
 void SecuritiesOptCalcDirectory::build()
@@ -96,35 +88,30 @@ void SecuritiesOptCalcDirectory::build()
     // A first fill of the whole market tells nobody.
     const QSignalBlocker blocker(this);
 
-    // The same as add() of each row, with one sort instead of an insertion per row. Rows
-    // already held go first, so that among equal keys the row walked last stays, as add()
-    // would leave it.
-    std::vector<Entry> entries = std::move(m_entries);
-    entries.reserve(entries.size() + size_t(t->rowCount()));
+    // The same as add() of each row, with one sort of the keys at the end instead of an
+    // insertion into their order per row.
+    m_securities.reserve(m_securities.size() + t->rowCount());
     for (const Record& r : t->masterIndex()->records())
         if (filter(r))
-            entries.push_back(entryOf(r));
-    std::stable_sort(entries.begin(), entries.end());
-    m_entries.clear();
-    m_entries.reserve(entries.size());
-    for (size_t i = 0; i < entries.size(); ++i) {
-        const bool replacedByNext = i + 1 < entries.size() && !(entries[i] < entries[i + 1]);
-        if (!replacedByNext)
-            m_entries.push_back(std::move(entries[i]));
-    }
+            m_securities.insert(keyOf(r), OptCalcSecurity{r, &m_columns});
+    m_keys.clear();
+    m_keys.reserve(size_t(m_securities.size()));
+    for (auto it = m_securities.cbegin(); it != m_securities.cend(); ++it)
+        m_keys.push_back(it.key());
+    std::sort(m_keys.begin(), m_keys.end());
 }
 
 void SecuritiesOptCalcDirectory::add(const Record& record)
 {
-    Entry entry = entryOf(record);
-    const int stockId = entry.stockId;
-    const qint64 secId = entry.secId;
-    const auto it = lowerBound(stockId, secId);
-    if (it != m_entries.end() && it->hasKey(stockId, secId))
-        it->security = std::move(entry.security);
-    else
-        m_entries.insert(it, std::move(entry));
-    emit rowsInserted(stockId, secId);
+    const Key key = keyOf(record);
+    const auto it = m_securities.find(key);
+    if (it != m_securities.end()) {
+        it->record = record;
+    } else {
+        m_securities.insert(key, OptCalcSecurity{record, &m_columns});
+        m_keys.insert(std::lower_bound(m_keys.begin(), m_keys.end(), key), key);
+    }
+    emit rowsInserted(key.stockId, key.secId);
 }
 
 void SecuritiesOptCalcDirectory::process(const QList<Record>& removed, const QList<Record>& updated,
@@ -153,11 +140,10 @@ void SecuritiesOptCalcDirectory::process(const QList<Record>& removed, const QLi
 void SecuritiesOptCalcDirectory::remove(const Record& record, int position)
 {
     Q_UNUSED(position);
-    const Entry key = entryOf(record);
-    const auto it = lowerBound(key.stockId, key.secId);
-    if (it == m_entries.end() || !it->hasKey(key.stockId, key.secId))
+    const Key key = keyOf(record);
+    if (m_securities.remove(key) == 0)
         return;
-    m_entries.erase(it);
+    m_keys.erase(std::lower_bound(m_keys.begin(), m_keys.end(), key));
     emit rowsRemoved(key.stockId, key.secId);
 }
 

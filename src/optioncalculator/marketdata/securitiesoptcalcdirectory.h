@@ -6,6 +6,7 @@
 
 #include "database/index.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 
@@ -35,8 +36,8 @@ public:
     const OptCalcSecurity& find(int stockId, long long secId) const;
     const OptCalcColumns& columns() const { return m_columns; }
     // The instruments in the order of their keys.
-    int count() const { return int(m_entries.size()); }
-    const OptCalcSecurity& at(int i) const { return m_entries.at(size_t(i)).security; }
+    int count() const { return int(m_keys.size()); }
+    const OptCalcSecurity& at(int i) const;
 
     void clear() override;
     using Index::clear;
@@ -65,27 +66,29 @@ private:
     {
         int stockId;
         qint64 secId;
-    };
-    struct Entry
-    {
-        qint64 secId;
-        int stockId;
-        OptCalcSecurity security;
 
-        bool hasKey(int stock, qint64 sec) const { return stockId == stock && secId == sec; }
-        bool operator<(const Key& key) const
+        bool operator<(const Key& other) const
         {
-            return stockId != key.stockId ? stockId < key.stockId : secId < key.secId;
+            return stockId != other.stockId ? stockId < other.stockId : secId < other.secId;
         }
-        bool operator<(const Entry& other) const { return *this < Key{other.stockId, other.secId}; }
+        bool operator==(const Key& other) const
+        {
+            return stockId == other.stockId && secId == other.secId;
+        }
+        friend uint qHash(const Key& key, uint seed = 0)
+        {
+            return ::qHash(key.secId, seed) ^ uint(key.stockId);
+        }
     };
 
     SecuritiesOptCalcDirectory();
-    Entry entryOf(const Record& record) const;
-    std::vector<Entry>::iterator lowerBound(int stockId, qint64 secId);
-    std::vector<Entry>::const_iterator lowerBound(int stockId, qint64 secId) const;
+    Key keyOf(const Record& record) const;
 
     OptCalcColumns m_columns;
-    std::vector<Entry> m_entries;
+    // The keys in their order, and the instruments by key: the order serves the walks, the
+    // hash the look-ups of valuation, which a search by halves would make several times
+    // dearer.
+    std::vector<Key> m_keys;
+    QHash<Key, OptCalcSecurity> m_securities;
     OptCalcSecurity m_nullSecurity;
 };

@@ -8,8 +8,7 @@ StrikeByBaseCodeModel::StrikeByBaseCodeModel(Table* table, QObject* parent)
       m_stockIdColumn(table ? table->columnIndex(QStringLiteral("stock_id")) : -1),
       m_boardIdColumn(table ? table->columnIndex(QStringLiteral("board_id")) : -1),
       m_expdateColumn(table ? table->columnIndex(QStringLiteral("expdate")) : -1),
-      m_strikeColumn(table ? table->columnIndex(QStringLiteral("strike")) : -1),
-      m_groupment(table)
+      m_strikeColumn(table ? table->columnIndex(QStringLiteral("strike")) : -1), m_groupment(table)
 {
     setGroupmentList({&m_groupment});
 }
@@ -109,8 +108,7 @@ bool StrikeByBaseCodeModel::filter(const Record& record) const
 
 void StrikeByBaseCodeModel::preprocess(const QList<Record>& removed, const QList<Record>& updated,
                                        int firstColumn, int lastColumn,
-                                       const QList<Record>& inserted,
-                                       const QList<Record>& replaced)
+                                       const QList<Record>& inserted, const QList<Record>& replaced)
 {
     if (removed.isEmpty() && inserted.isEmpty())
         return;
@@ -118,8 +116,7 @@ void StrikeByBaseCodeModel::preprocess(const QList<Record>& removed, const QList
 }
 
 void StrikeByBaseCodeModel::process(const QList<Record>& removed, const QList<Record>& updated,
-                                    int firstColumn, int lastColumn,
-                                    const QList<Record>& inserted)
+                                    int firstColumn, int lastColumn, const QList<Record>& inserted)
 {
     if (removed.isEmpty() && inserted.isEmpty())
         return;
