@@ -183,7 +183,8 @@ void TestSecurityModels::secTreeMatchesAsTheWalk()
     const int strike = securities->columnIndex(QStringLiteral("strike"));
     const int optionType = securities->columnIndex(QStringLiteral("option_type"));
     const int expdate = securities->columnIndex(QStringLiteral("expdate"));
-    for (int k = 0; k < 40; ++k)
+    // Listed from the top, so that the rows' order is not the strikes'.
+    for (int k = 39; k >= 0; --k)
         market.listOption(decimal(161000 + 1000 * k, 0), k % 2 == 0);
 
     auto owner = std::make_unique<QObject>();
@@ -228,7 +229,11 @@ void TestSecurityModels::secTreeMatchesAsTheWalk()
              tree->QAbstractItemModel::match(types, Qt::EditRole, QStringLiteral("C"), -1,
                                              Qt::MatchWrap));
 
-    // The source outlives its owner while the tree lives, and feeds it.
+    // The source forgets a tree that goes first; it outlives its owner while a tree lives,
+    // and feeds it.
+    {
+        SecTreeModel gone(source, strike);
+    }
     owner.reset();
     QVERIFY(watch);
     market.listOption(decimal(139000, 0), false);

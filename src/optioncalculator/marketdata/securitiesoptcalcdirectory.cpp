@@ -8,8 +8,6 @@
 #include "database/table.h"
 #include "database/tablelocker.h"
 
-#include <QSignalBlocker>
-
 #include <algorithm>
 
 namespace {
@@ -85,11 +83,9 @@ void SecuritiesOptCalcDirectory::build()
     if (!t || !t->masterIndex())
         return;
     TableLocker locker(t);
-    // A first fill of the whole market tells nobody.
-    const QSignalBlocker blocker(this);
-
     // The same as add() of each row, with one sort of the keys at the end instead of an
-    // insertion into their order per row.
+    // insertion into their order per row, and without a signal: a first fill of the whole
+    // market tells nobody.
     m_securities.reserve(m_securities.size() + t->rowCount());
     for (const Record& r : t->masterIndex()->records())
         if (filter(r))
