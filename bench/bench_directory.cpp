@@ -115,7 +115,9 @@ void figures()
     const double findTime = bestSeconds(5, [&] { sink += m.findAll(); });
     const double recordByIdTime = bestSeconds(5, [&] { sink += m.recordByIdAll(); });
     benchmark::DoNotOptimize(sink);
-    std::printf("instruments %d, lookups %d, find %.1f ns, recordById %.1f ns\n", m.directory->count(), Lookups, findTime * 1e9 / Lookups, recordByIdTime * 1e9 / Lookups);
+    std::printf("instruments %d, lookups %d, find %.1f ns, recordById %.1f ns\n",
+                m.directory->count(), Lookups, findTime * 1e9 / Lookups,
+                recordByIdTime * 1e9 / Lookups);
     printFigure("directory.find_speedup", recordByIdTime / findTime);
 }
 

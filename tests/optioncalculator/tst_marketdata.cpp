@@ -73,7 +73,6 @@ class TestMarketData : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
     void cleanup();
 
     void directoryHoldsTheDerivatives();
@@ -83,11 +82,6 @@ private slots:
     void guardRetriesAndMakesOne();
     void missingColumnStopsTheProgram();
 };
-
-void TestMarketData::initTestCase()
-{
-    qRegisterMetaType<QList<Record>>();
-}
 
 void TestMarketData::cleanup()
 {

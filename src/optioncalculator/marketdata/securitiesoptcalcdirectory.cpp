@@ -38,6 +38,8 @@ void SecuritiesOptCalcDirectory::resetInstance()
 SecuritiesOptCalcDirectory::SecuritiesOptCalcDirectory()
     : QObject(nullptr), Index(securitiesTable())
 {
+    // Queued listeners receive the lists of processUpdate.
+    qRegisterMetaType<QList<Record>>("QList<Record>");
     m_nullSecurity.columns = &unsetColumns;
     Table* t = table();
     if (t) {

@@ -14,8 +14,9 @@
 
 // The calculator's directory of derivatives: the rows of "securities" of the derivatives
 // market (stock_id 1) on the futures board (1) and the options board (14). It follows the
-// table as one of its indexes, keeps the instruments in the order of (stock_id, sec_id) for
-// a look-up without any string work, and tells the models which instruments changed.
+// table as one of its indexes, finds an instrument by (stock_id, sec_id) without any string
+// work, keeps them in the order of that key, and tells the models which instruments
+// changed.
 //
 // One directory serves the whole process; it is made on first use.
 class SecuritiesOptCalcDirectory : public QObject, public Index

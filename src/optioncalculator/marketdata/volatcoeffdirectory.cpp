@@ -20,9 +20,10 @@ Table* coefficientsTable()
 {
     const ICore* core = ICore::instance();
     TableRegistry* tables = core ? core->tables() : nullptr;
-    if (!tables || !tables->hasTable(tableName))
+    Table* table = tables && tables->hasTable(tableName) ? tables->table(tableName) : nullptr;
+    if (!table)
         throw VolatCoeffDirectory::tr("Таблица tz.volat_coeff отсутствует");
-    return tables->table(tableName);
+    return table;
 }
 
 } // namespace
