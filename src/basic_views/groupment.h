@@ -3,13 +3,13 @@
 #include "basic_views_global.h"
 
 #include "database/record.h"
+#include "database/table.h"
 
 #include <QPointer>
 #include <QString>
 #include <QVariant>
 
 class GroupmentTreeItem;
-class Table;
 
 // One level of grouping of a tree model: records with equal groupKey() make one group,
 // which shows groupName() and orders by its value. The model owns the groups it makes

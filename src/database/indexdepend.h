@@ -83,6 +83,10 @@ public:
         if (!m_inBatch)
             IndexDependBase::update(record, firstColumn, lastColumn, -1);
     }
+    QString getClassName() const override
+    {
+        return QStringLiteral("IndexDepend::") + Model::getClassName();
+    }
 
 private:
     bool m_inBatch = false;

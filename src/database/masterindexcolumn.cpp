@@ -5,6 +5,11 @@ MasterIndex_Column::MasterIndex_Column(Table* table, const QStringList& columns)
 {
 }
 
+MasterIndex_Column::MasterIndex_Column(Table* table, const QVector<int>& columns)
+    : MasterIndexKey<MasterIndex_Column_Pure>(table, columns)
+{
+}
+
 MasterIndex_Column::~MasterIndex_Column() = default;
 
 QString MasterIndex_Column::getClassName() const

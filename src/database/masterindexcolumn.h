@@ -8,6 +8,7 @@ class DATABASE_EXPORT MasterIndex_Column : public MasterIndexKey<MasterIndex_Col
 {
 public:
     MasterIndex_Column(Table* table, const QStringList& columns);
+    MasterIndex_Column(Table* table, const QVector<int>& columns);
     ~MasterIndex_Column() override;
 
     QString getClassName() const override;

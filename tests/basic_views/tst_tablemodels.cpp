@@ -891,7 +891,7 @@ void TestTableModels::dependentModelFollowsSource()
     feed.fill(40);
     Board14Model source(t.table);
     source.setSort(ViewsTestTable::Price, Qt::AscendingOrder);
-    QCOMPARE(source.getClassName(), QStringLiteral("TableIndexModel"));
+    QCOMPARE(source.getClassName(), QStringLiteral("IndexDepend::TableIndexModel"));
     source.build();
     DependentStrikes strikes(&source);
     new QAbstractItemModelTester(&source, QAbstractItemModelTester::FailureReportingMode::Fatal,

@@ -429,6 +429,17 @@ void TestTableClass::keyText()
     QCOMPARE(plots.masterIndex()->findRecord(p.toString()), p);
     auto* key = static_cast<MasterIndex_Column*>(plots.masterIndex());
     QCOMPARE(key->find({QStringLiteral("a|b\\c"), QVariant::fromValue(decimal(-12345670, 5))}), p);
+
+    // A free-standing key given by column numbers orders as one given by names.
+    MasterIndex_Column byNumber(&plots, QVector<int>{1});
+    plots.addIndex(&byNumber);
+    byNumber.build();
+    QCOMPARE(byNumber.keyColumnNames(), QStringList{QStringLiteral("kotir")});
+    Record probe(&plots);
+    probe.data(1) = decimal(-1234567, 4);
+    QCOMPARE(byNumber.search(probe, -1), 0);
+    probe.data(1) = decimal(1, 0);
+    QVERIFY(byNumber.search(probe, -1) < 0);
 }
 
 void TestTableClass::batchLog()
@@ -800,6 +811,7 @@ void TestTableClass::indexDependForwards()
     RecordingIndex child(&t.table);
     parent.addDependentIndex(&child);
     t.table.addIndex(&parent);
+    QCOMPARE(parent.getClassName(), QStringLiteral("IndexDepend::IndexList"));
     t.insert(1);
     QCOMPARE(parent.count(), 1);
     QCOMPARE(child.count(), 1);

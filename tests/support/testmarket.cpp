@@ -325,6 +325,18 @@ void TestMarket::delist(const QString& secName)
     m_securities->removeRecord(r);
 }
 
+void TestMarket::setCoefficient(int isinId, const QString& column, double value)
+{
+    const MarketTables::VolatCoeffColumns vc(m_volatCoeff);
+    Record row(m_volatCoeff);
+    row.data(vc.isinId) = isinId;
+    const Record present = m_volatCoeff->findRow(row);
+    if (!present.isNull())
+        row = present.clone();
+    row.data(column) = decimal::fromDouble(value, MarketTables::CoeffScale);
+    m_volatCoeff->insertRecord(row);
+}
+
 void TestMarket::setConnected(bool connected)
 {
     ConnectionsManager::instance()->setTransportStatus(

@@ -64,6 +64,9 @@ public:
     // Lists a new option (series A of RI) at the strike given; returns its sec_id.
     qint64 listOption(const decimal& strike, bool put);
     void delist(const QString& secName);
+    // Writes one smile coefficient ("a" to "s") of a series; a series without a row gets
+    // one with the other coefficients zero.
+    void setCoefficient(int isinId, const QString& column, double value);
 
     // The transport.
     void setConnected(bool connected);
