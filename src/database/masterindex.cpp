@@ -71,10 +71,11 @@ void MasterIndex::cacheRow(const Record& key, const Record& row) const
 {
     if (!m_keyHash || key.table() != table() || !isTableKey())
         return;
-    const size_t wanted = size_t(m_records.count()) / 2;
+    // About two rows per set, in a power of two of sets.
+    const size_t wanted = qMax<size_t>(16, size_t(m_records.count()) / 2);
     if (m_lookup.size() < wanted) {
         m_lookup.clear();
-        m_lookup.resize(qNextPowerOfTwo(quint32(qMax<size_t>(16, wanted))));
+        m_lookup.resize(qNextPowerOfTwo(quint32(wanted)));
     }
     const uint h = hashOf(key);
     LookupSet& set = m_lookup[h & uint(m_lookup.size() - 1)];
