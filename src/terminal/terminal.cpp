@@ -119,7 +119,12 @@ void Terminal::start()
     m_workspace->restore(m_windowManager, m_mainWindow.get());
     if (!m_workspace->notice().isEmpty())
         notify(m_workspace->notice());
+    // A window that the workspace brought back is brought forward, not opened twice.
     for (const OpenRequest& request : qAsConst(m_options.open)) {
+        if (IView* open = m_windowManager->findView(request.viewId, request.key)) {
+            m_windowManager->activateView(open);
+            continue;
+        }
         if (!m_windowManager->openView(request.viewId, request.key))
             notify(tr("Окно «%1» не открыто").arg(request.viewId));
     }

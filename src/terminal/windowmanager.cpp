@@ -39,6 +39,17 @@ QByteArray WindowManager::viewIdOf(IView* view) const
     return widget ? widget->property(ViewIdProperty).toByteArray() : QByteArray();
 }
 
+IView* WindowManager::findView(const QString& viewId, const QString& key) const
+{
+    for (IView* view : views()) {
+        auto* widget = dynamic_cast<QWidget*>(view);
+        if (widget && viewIdOf(view) == viewId.toUtf8() &&
+            widget->property("extraKey").toString() == key)
+            return view;
+    }
+    return nullptr;
+}
+
 IView* WindowManager::openView(const QString& viewId, const QString& extraKey)
 {
     IView* view = nullptr;

@@ -27,6 +27,8 @@ public:
     ViewFrame* frameOf(IView* view) const;
     // The view ids the views were opened with, by view.
     QByteArray viewIdOf(IView* view) const;
+    // The first view opened with that view id and key; null if none.
+    IView* findView(const QString& viewId, const QString& key) const;
 
     // Opens a view as a workspace saved it: created with its key, given its user title,
     // hosted, its frame put where it was (an invalid rectangle: where a new one goes), and

@@ -332,11 +332,17 @@ void TestTerminalHost::workspaceRoundTrip()
         QVERIFY(terminal.notices().filter("workspace").isEmpty());
     }
 
-    Terminal terminal(options());
+    // A window asked for on the command line that the workspace brought back is not
+    // opened twice.
+    TerminalOptions withOpen = options();
+    withOpen.open = {OpenRequest{"KeyView", "RTS"}};
+    Terminal terminal(withOpen);
     terminal.core()->viewFactories()->addFactory(&factory);
     terminal.start();
     const QList<IView*> views = terminal.windowManager()->views();
     QCOMPARE(views.size(), 2);
+    QCOMPARE(terminal.windowManager()->findView("KeyView", "RTS"), views.at(0));
+    QVERIFY(!terminal.windowManager()->findView("KeyView", "Si"));
     for (int i = 0; i < views.size(); ++i) {
         auto* widget = dynamic_cast<QWidget*>(views.at(i));
         QCOMPARE(widget->property("extraKey").toString(), keys.at(i));
