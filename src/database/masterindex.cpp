@@ -72,7 +72,8 @@ void MasterIndex::cacheRow(const Record& key, const Record& row) const
     if (!m_keyHash || key.table() != table() || !isTableKey())
         return;
     const size_t wanted = size_t(m_records.count()) / 2;
-    if (m_lookup.size() < wanted) {
+    // A table of one row wants no sets at all, and still needs one to cache in.
+    if (m_lookup.empty() || m_lookup.size() < wanted) {
         m_lookup.clear();
         m_lookup.resize(qNextPowerOfTwo(quint32(qMax<size_t>(16, wanted))));
     }
