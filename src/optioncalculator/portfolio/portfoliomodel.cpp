@@ -55,6 +55,7 @@ void PortfolioModel::SecuritiesColumns::lookUp(const Table* securities)
     sectype = column("sectype");
     europe = column("europe");
     option_type = column("option_type");
+    main_sec_id = column("main_sec_id");
 }
 
 QVector<int> PortfolioModel::SecuritiesColumns::toVector() const
@@ -217,6 +218,11 @@ void PortfolioModel::setAccountFilterEnabled(bool enabled)
     m_accountFilterEnabled = enabled;
 }
 
+bool PortfolioModel::orderDependsOn(int firstColumn, int lastColumn) const
+{
+    return sortColumn() >= 0 && TableIndexModel::orderDependsOn(firstColumn, lastColumn);
+}
+
 bool PortfolioModel::isOwnRow(const Record& row) const
 {
     return !row.isNull() && row.table() == table();
@@ -224,12 +230,25 @@ bool PortfolioModel::isOwnRow(const Record& row) const
 
 // --- look-ups --------------------------------------------------------------------------
 
+Record PortfolioModel::findSecurity(int stockId, int boardId, qint64 secId) const
+{
+    // The calculator's directory holds the derivatives by (stock_id, sec_id) in a hash; it
+    // is the same row that the terminal's reference finds by its whole key, at a fraction of
+    // the cost. Other boards, and a row that has just left the table, go the long way.
+    const Record& known = m_optCalcDirectory->find(stockId, secId).record;
+    if (!known.isNull() && known.inTable() &&
+        known.data(m_securitiesColumns.board_id).toInteger() == boardId)
+        return known;
+    return m_securityDirectory->recordById(stockId, boardId, secId);
+}
+
 bool PortfolioModel::securityExists(const Record& row) const
 {
     if (row.isNull())
         return false;
-    return m_securityDirectory->recordExists(1, row.data(m_columns.board_id).toInteger(),
-                                             row.data(m_columns.sec_id).toInteger64());
+    return !findSecurity(1, row.data(m_columns.board_id).toInteger(),
+                         row.data(m_columns.sec_id).toInteger64())
+                .isNull();
 }
 
 Field PortfolioModel::sectypeOf(const Record& row) const
@@ -241,9 +260,9 @@ Record PortfolioModel::securityRecord(const Record& row) const
 {
     if (!isOwnRow(row))
         return Record();
-    return m_securityDirectory->recordById(row.data(QStringLiteral("stock_id")).toInteger(),
-                                           row.data(m_columns.board_id).toInteger(),
-                                           row.data(QStringLiteral("sec_id")).toInteger64());
+    return findSecurity(row.data(QStringLiteral("stock_id")).toInteger(),
+                        row.data(m_columns.board_id).toInteger(),
+                        row.data(QStringLiteral("sec_id")).toInteger64());
 }
 
 OptCalcRecord PortfolioModel::optCalcRecord(const Record& row) const
@@ -256,15 +275,27 @@ OptCalcRecord PortfolioModel::optCalcRecord(const Record& row) const
 
 Record PortfolioModel::baseRecord(const Record& any) const
 {
-    const Record security = isOwnRow(any) ? securityRecord(any) : any;
+    return baseOf(isOwnRow(any) ? securityRecord(any) : any);
+}
+
+Record PortfolioModel::securityOf(const Record& row) const
+{
+    if (!isOwnRow(row))
+        return Record();
+    return findSecurity(row.data(m_columns.stock_id).toInteger(),
+                        row.data(m_columns.board_id).toInteger(),
+                        row.data(m_columns.sec_id).toInteger64());
+}
+
+Record PortfolioModel::baseOf(const Record& security) const
+{
     if (security.isNull() || security.table() != m_securitiesTable)
         return Record();
     if (security.data(m_securitiesColumns.sectype).toChar() == QLatin1Char('F'))
         return security;
-    const int mainSecId = security.table()->columnIndex(QStringLiteral("main_sec_id"));
-    if (mainSecId < 0)
+    if (m_securitiesColumns.main_sec_id < 0)
         return Record();
-    return m_securityDirectory->recordById(1, 1, security.data(mainSecId).toInteger64());
+    return findSecurity(1, 1, security.data(m_securitiesColumns.main_sec_id).toInteger64());
 }
 
 datetime PortfolioModel::expiryDate(const Record& row) const
@@ -283,8 +314,7 @@ bool PortfolioModel::isRowActive(const Record& row, bool honourFlags) const
     const int board = row.data(m_columns.board_id).toInteger();
     if (!isPortfolioBoard(board))
         return false;
-    const Record security =
-        m_securityDirectory->recordById(1, board, row.data(m_columns.sec_id).toInteger64());
+    const Record security = findSecurity(1, board, row.data(m_columns.sec_id).toInteger64());
     if (security.isNull())
         return false;
     // Only the model portfolio has the check box; the real one has no such column.
@@ -335,7 +365,7 @@ void PortfolioModel::securitiesChanged(const QList<Record>& securitiesList)
         return;
     RowIntervals changed;
     for (int row = 0; row < count(); ++row) {
-        const Record security = securityRecord(at(row));
+        const Record security = securityOf(at(row));
         if (security.isNull())
             continue;
         const auto hit = std::lower_bound(securitiesList.begin(), securitiesList.end(), security);

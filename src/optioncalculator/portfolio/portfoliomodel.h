@@ -82,6 +82,10 @@ public slots:
     virtual void onModelReset();
 
 protected:
+    // Unsorted, the rows stand in the order of their records, which no change of a field
+    // moves; a valuation then costs the views no search for moved rows.
+    bool orderDependsOn(int firstColumn, int lastColumn) const override;
+
     // Column numbers in the model's table; -1 where it has none.
     struct TableColumns
     {
@@ -151,6 +155,8 @@ protected:
         int sectype = -1;
         int europe = -1;
         int option_type = -1;
+        // Read by name where an option's base is looked for; not required.
+        int main_sec_id = -1;
 
         void lookUp(const Table* securities);
         QVector<int> toVector() const;
@@ -168,6 +174,11 @@ protected:
     // Tells the views of a change of one cell.
     void dataChangedRow(int row, int column);
     bool isOwnRow(const Record& row) const;
+    // The terminal's security of that key; null if there is none.
+    Record findSecurity(int stockId, int boardId, qint64 secId) const;
+    // securityRecord() and baseRecord() of a security, for the valuation's inner loop.
+    Record securityOf(const Record& row) const;
+    Record baseOf(const Record& security) const;
 
     TableColumns m_columns;
     ModelColumns m_modelColumns;

@@ -12,6 +12,7 @@
 #include "database/tablelocker.h"
 #include "database/tableupdater.h"
 #include "directory/boarddirectory.h"
+#include "directory/securitydirectory.h"
 
 #include <QtMath>
 
@@ -112,11 +113,42 @@ VirtualPortfolioModel::VirtualPortfolioModel(Table* table, OptCalcSecurityModel*
     m_modelColumns.miv_mp_flag = addColumn(m_columns.miv_mp_flag);
     m_modelColumns.flags = addColumn(m_columns.flags);
 
+    m_mivScale = scaleOf(m_columns.miv);
+    m_mpScale = scaleOf(m_columns.mp);
+    m_mivUnit = std::pow(10.0, -m_mivScale);
+
     connect(ConnectionsManager::instance(), SIGNAL(serverTimeChanged(int, datetime)), this,
             SLOT(onServerTimeChanged(int, datetime)));
+    // The smiles are read once a batch of their table.
+    connect(m_volatCoeffDirectory, &VolatCoeffDirectory::dataChanged, this,
+            &VirtualPortfolioModel::forgetSmiles);
 }
 
 VirtualPortfolioModel::~VirtualPortfolioModel() = default;
+
+void VirtualPortfolioModel::smileOf(int isinId, VolatInputParams& params) const
+{
+    auto known = m_smiles.constFind(isinId);
+    if (known == m_smiles.cend()) {
+        Smile smile;
+        smile.known = m_volatCoeffDirectory->coefficients(isinId, smile.coefficients);
+        known = m_smiles.insert(isinId, smile);
+    }
+    if (!known->known)
+        return;
+    const VolatInputParams& c = known->coefficients;
+    params.a = c.a;
+    params.b = c.b;
+    params.c = c.c;
+    params.d = c.d;
+    params.e = c.e;
+    params.s = c.s;
+}
+
+void VirtualPortfolioModel::forgetSmiles()
+{
+    m_smiles.clear();
+}
 
 Qt::DropActions VirtualPortfolioModel::supportedDragActions() const
 {
@@ -141,8 +173,36 @@ void VirtualPortfolioModel::noteWrite(const Record& record, int column)
 {
     if (!record.inTable() || record.table() != table())
         return;
+    if (record == m_rowWrites.record) {
+        m_rowWrites.columns |= columnBit(column);
+        return;
+    }
     m_pendingWrites[record] |= columnBit(column);
     table()->updated(record, column, column, -1);
+}
+
+VirtualPortfolioModel::RowWrites::RowWrites(VirtualPortfolioModel* model, const Record& record)
+    : m_model(model), m_outer(model->m_rowWrites)
+{
+    m_model->m_rowWrites = {record, 0};
+}
+
+VirtualPortfolioModel::RowWrites::~RowWrites()
+{
+    const DeferredWrites done = m_model->m_rowWrites;
+    m_model->m_rowWrites = m_outer;
+    if (done.columns == 0 || !done.record.inTable())
+        return;
+    m_model->m_pendingWrites[done.record] |= done.columns;
+    // Inside the valuation's batch one notice over the span says what several would: the
+    // table reports a batch's columns as one range.
+    int first = 0;
+    while (!(done.columns & (1u << first)))
+        ++first;
+    int last = 31;
+    while (!(done.columns & (1u << last)))
+        --last;
+    m_model->table()->updated(done.record, first, last, -1);
 }
 
 bool VirtualPortfolioModel::writeDecimalIfChanged(const Record& record, int column,
@@ -283,64 +343,92 @@ void VirtualPortfolioModel::valueRows(const QModelIndex& topLeft, const QModelIn
 {
     if (!topLeft.isValid() || !bottomRight.isValid())
         return;
+    const Trigger ofRange = triggerOfColumns(topLeft.column(), bottomRight.column());
+    // Most changes, such as the valuation's own Greeks, touch nothing that values a row.
+    if (!ofRange.any() && m_batchWrites.isEmpty())
+        return;
     const int first = std::max(0, topLeft.row());
     const int last = std::min(bottomRight.row(), count() - 1);
-    // By record: a valuation's writes may move rows of a sorted model.
-    QVector<Record> records;
-    records.reserve(std::max(0, last - first + 1));
-    for (int row = first; row <= last; ++row)
-        records.append(at(row));
-    for (const Record& record : records) {
+    // The rows' writes go out as one batch, which the table's models take at once; until
+    // then no row moves, so the row numbers hold.
+    TableUpdater update(table());
+    for (int row = first; row <= last; ++row) {
+        const Record record = at(row);
+        Trigger trigger = ofRange;
         const auto own = m_batchWrites.find(record);
         if (own != m_batchWrites.end()) {
-            const Trigger trigger = triggerOfWrites(*own);
+            trigger = triggerOfWrites(*own);
             m_batchWrites.erase(own);
-            valueRecord(record, trigger);
-        } else {
-            valueRecord(record, triggerOfColumns(topLeft.column(), bottomRight.column()));
         }
+        if (trigger.any())
+            valueRecord(row, record, trigger);
     }
 }
 
-void VirtualPortfolioModel::valueRecord(const Record& record, const Trigger& trigger)
+VirtualPortfolioModel::RowSecurity VirtualPortfolioModel::rowSecurity(const Record& record) const
 {
-    if (record.isNull() || !record.inTable() || !securityExists(record))
+    RowSecurity s;
+    const int stock = record.data(m_columns.stock_id).toInteger();
+    const int board = record.data(m_columns.board_id).toInteger();
+    const qint64 secId = record.data(m_columns.sec_id).toInteger64();
+    s.market = m_optCalcDirectory->find(stock, secId);
+    // The directory's row is the terminal's row of the same key, when the board agrees.
+    const Record& known = s.market.record;
+    s.security = !known.isNull() && known.inTable() &&
+                         known.data(m_securitiesColumns.board_id).toInteger() == board
+                     ? known
+                     : m_securityDirectory->recordById(stock, board, secId);
+    s.exists = stock == 1 ? !s.security.isNull() : securityExists(record);
+    return s;
+}
+
+void VirtualPortfolioModel::valueRecord(int row, const Record& record, const Trigger& trigger)
+{
+    if (record.isNull() || !record.inTable() || record.table() != table())
         return;
     const int before = record.data(m_columns.miv_mp_flag).toInteger();
     // A change of how the row is valued, or of the value that is fixed.
     const bool direct =
         trigger.flag || (trigger.mp && (before & MpFixed)) || (trigger.miv && (before & MivFixed));
-    if (sectypeOf(record).toChar() == QLatin1Char('O')) {
-        if (direct || trigger.optionMarket)
-            valueOption(record);
-    } else if (direct || trigger.futureMarket) {
-        valueFuture(record);
+    const bool option = sectypeOf(record).toChar() == QLatin1Char('O');
+    if (!direct && !(option ? trigger.optionMarket : trigger.futureMarket))
+        return;
+    const RowSecurity security = rowSecurity(record);
+    if (!security.exists)
+        return;
+    {
+        // The row's writes are told to the table once, over the columns written.
+        const RowWrites writes(this, record);
+        if (option)
+            valueOption(row, record, security);
+        else
+            valueFuture(row, record, security);
     }
-    if (record.data(m_columns.miv_mp_flag).toInteger() != before) {
-        const int row = indexOf(record);
-        if (row >= 0)
-            emitRowUpdated(row);
-    }
+    if (record.data(m_columns.miv_mp_flag).toInteger() != before)
+        emitRowUpdated(row);
 }
 
 void VirtualPortfolioModel::valueOptionRow(int row)
 {
-    valueOption(at(row));
+    const Record record = at(row);
+    if (isOwnRow(record))
+        valueOption(row, record, rowSecurity(record));
 }
 
 void VirtualPortfolioModel::valueFutureRow(int row)
 {
-    valueFuture(at(row));
+    const Record record = at(row);
+    if (isOwnRow(record))
+        valueFuture(row, record, rowSecurity(record));
 }
 
-void VirtualPortfolioModel::valueOption(const Record& record)
+void VirtualPortfolioModel::valueOption(int row, const Record& record, const RowSecurity& security)
 {
-    const OptCalcRecord security = optCalcRecord(record);
-    if (record.isNull() || security.isNull())
+    if (security.market.isNull())
         return;
-    const OptCalcColumns& c = *security.columns;
-    const Record& market = security.record;
-    const VolatBand band = volatBand(securityRecord(record));
+    const OptCalcColumns& c = *security.market.columns;
+    const Record& market = security.market.record;
+    const VolatBand band = volatBand(security.security);
     const int flag = record.data(m_columns.miv_mp_flag).toInteger();
     TableUpdater update(table());
 
@@ -352,7 +440,7 @@ void VirtualPortfolioModel::valueOption(const Record& record)
         return;
     }
     VolatInputParams in;
-    if (!fillVolatInputParams(record, in))
+    if (!fillInputs(record, security.market, security.security, in))
         return;
     const bool isPut = market.data(c.option_type).toChar() == QLatin1Char('P');
     VolatOutputParams out;
@@ -361,8 +449,8 @@ void VirtualPortfolioModel::valueOption(const Record& record)
     bool writeMp = false;
 
     if (flag & ModelValuesInUse) {
-        const short mivScale = scaleOf(m_columns.miv);
-        const short mpScale = scaleOf(m_columns.mp);
+        const short mivScale = m_mivScale;
+        const short mpScale = m_mpScale;
         const double step = market.data(c.price_step).toDouble();
         if (flag & MivFixed) {
             const double volatility = record.data(m_columns.miv).toDouble();
@@ -422,18 +510,16 @@ void VirtualPortfolioModel::valueOption(const Record& record)
     writeDoubleIfChanged(record, m_columns.gamma, out.gamma);
     writeDoubleIfChanged(record, m_columns.vega, out.vega);
     writeDoubleIfChanged(record, m_columns.theta, out.theta);
-    const int row = indexOf(record);
-    if (row >= 0)
-        emit dataChanged(index(row, m_modelColumns.delta), index(row, m_modelColumns.theta),
-                         QVector<int>());
+    emit dataChanged(index(row, m_modelColumns.delta), index(row, m_modelColumns.theta),
+                     QVector<int>());
 
     if ((flag & ModelValuesInUse) && !(flag & (MivFixed | MpFixed))) {
         // Switched on with nothing chosen: the market volatility becomes the fixed one.
         writeIntIfChanged(record, m_columns.miv_mp_flag, flag | MivFixed);
-        writeDecimalIfChanged(record, m_columns.miv,
-                              decimal::fromDouble(band.clamp(market.data(c.volat).toDouble()),
-                                                  scaleOf(m_columns.miv)));
-        dataChangedRow(indexOf(record), m_modelColumns.miv_mp_flag);
+        writeDecimalIfChanged(
+            record, m_columns.miv,
+            decimal::fromDouble(band.clamp(market.data(c.volat).toDouble()), m_mivScale));
+        dataChangedRow(row, m_modelColumns.miv_mp_flag);
     } else if (!(flag & ModelValuesInUse)) {
         // Switched off: only the value that was chosen is kept.
         if (!(flag & MivFixed))
@@ -443,13 +529,12 @@ void VirtualPortfolioModel::valueOption(const Record& record)
     }
 }
 
-void VirtualPortfolioModel::valueFuture(const Record& record)
+void VirtualPortfolioModel::valueFuture(int row, const Record& record, const RowSecurity& security)
 {
-    const OptCalcRecord security = optCalcRecord(record);
-    if (record.isNull() || security.isNull())
+    if (security.market.isNull())
         return;
-    const OptCalcColumns& c = *security.columns;
-    const Record& market = security.record;
+    const OptCalcColumns& c = *security.market.columns;
+    const Record& market = security.market.record;
     const int flag = record.data(m_columns.miv_mp_flag).toInteger();
     TableUpdater update(table());
 
@@ -461,7 +546,7 @@ void VirtualPortfolioModel::valueFuture(const Record& record)
         // A future has no volatility: switched on, its price is the fixed value.
         writeIntIfChanged(record, m_columns.miv_mp_flag, flag | MpFixed);
         writeDecimalIfChanged(record, m_columns.mp, market.data(c.cur_kotir_real).toDecimal());
-        dataChangedRow(indexOf(record), m_modelColumns.miv_mp_flag);
+        dataChangedRow(row, m_modelColumns.miv_mp_flag);
     }
     if (!(flag & ModelValuesInUse)) {
         if (!(flag & MivFixed))
@@ -472,8 +557,7 @@ void VirtualPortfolioModel::valueFuture(const Record& record)
     const double step = market.data(c.price_step).toDouble();
     if ((flag & ModelValuesInUse) && (flag & MpFixed) && step > 0.0) {
         const double price = onPriceGrid(record.data(m_columns.mp).toDouble(), step);
-        writeDecimalIfChanged(record, m_columns.mp,
-                              decimal::fromDouble(price, scaleOf(m_columns.mp)));
+        writeDecimalIfChanged(record, m_columns.mp, decimal::fromDouble(price, m_mpScale));
     }
 }
 
@@ -494,18 +578,21 @@ VolatBand VirtualPortfolioModel::volatBand(const Record& security) const
     if (nearZero(high))
         high = VolatMaxDefault;
     // Never down to zero: one unit of the last digit that miv keeps.
-    band.low = std::max(low, std::pow(10.0, -scaleOf(m_columns.miv)));
+    band.low = std::max(low, m_mivUnit);
     band.high = std::max(band.low, high);
     return band;
 }
 
 bool VirtualPortfolioModel::fillVolatInputParams(const Record& row, VolatInputParams& params) const
 {
-    const Record base = baseRecord(row);
-    if (base.isNull())
-        return false;
-    const OptCalcRecord security = optCalcRecord(row);
-    if (security.isNull())
+    return isOwnRow(row) && fillInputs(row, optCalcRecord(row), securityOf(row), params);
+}
+
+bool VirtualPortfolioModel::fillInputs(const Record& row, const OptCalcRecord& security,
+                                       const Record& option, VolatInputParams& params) const
+{
+    const Record base = baseOf(option);
+    if (base.isNull() || security.isNull())
         return false;
     decimal price = base.data(m_securitiesColumns.cur_kotir).toDecimal();
     if (price.value() == 0)
@@ -515,7 +602,7 @@ bool VirtualPortfolioModel::fillVolatInputParams(const Record& row, VolatInputPa
     const OptCalcColumns& c = *security.columns;
     const Record& market = security.record;
     // Without a row of coefficients the defaults, a flat smile, stay in force.
-    m_volatCoeffDirectory->coefficients(market.data(c.base_isin_id).toInteger(), params);
+    smileOf(market.data(c.base_isin_id).toInteger(), params);
     params.basePrice = price.toDouble();
     params.volatLow = market.data(c.volat_min).toDouble();
     params.volatHigh = market.data(c.volat_max).toDouble();
@@ -523,8 +610,8 @@ bool VirtualPortfolioModel::fillVolatInputParams(const Record& row, VolatInputPa
 
     // The row's own expiry date, at the time stored with it.
     datetime expiry = row.data(m_columns.expdate).toDatetime();
-    if (expiry.isNull())
-        expiry = expiryDate(row);
+    if (expiry.isNull() && !option.isNull())
+        expiry = option.data(m_securitiesColumns.expdate).toDatetime();
     if (expiry.isNull())
         return false;
     double seconds = double(expiry - now()) / 1000.0;
@@ -558,7 +645,7 @@ PositionValuationData VirtualPortfolioModel::positionValuationData(int row) cons
 
     PositionValuationData data;
     if (sectype == QLatin1Char('O')) {
-        const Record option = securityRecord(record);
+        const Record option = securityOf(record);
         if (option.isNull())
             return none;
         const VolatBand band = volatBand(option);
@@ -569,7 +656,7 @@ PositionValuationData VirtualPortfolioModel::positionValuationData(int row) cons
         data.lasttime = option.data(m_securitiesColumns.lasttime).toDatetime();
         data.expdate = option.data(m_securitiesColumns.expdate).toDatetime();
         VolatInputParams params;
-        m_volatCoeffDirectory->coefficients(market.data(c.base_isin_id).toInteger(), params);
+        smileOf(market.data(c.base_isin_id).toInteger(), params);
         data.params = params;
     }
     data.pos = record.data(m_columns.pos).toInteger64();

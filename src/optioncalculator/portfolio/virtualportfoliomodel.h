@@ -8,12 +8,11 @@
 
 #include "database/datetime.h"
 #include "database/decimal.h"
+#include "database/pricing.h"
 
 #include <QHash>
 #include <QList>
 #include <QString>
-
-struct VolatInputParams;
 
 // The model portfolio over the calculator's table "positions_virtual". Besides the rows it
 // keeps each row's valuation true: a row may follow the market, or hold a model volatility
@@ -128,16 +127,50 @@ private:
         bool mp = false;
         bool optionMarket = false; // theor_price or volat
         bool futureMarket = false; // cur_kotir_real
+
+        bool any() const { return flag || miv || mp || optionMarket || futureMarket; }
+    };
+    // The securities of a row, looked up once for its valuation.
+    struct RowSecurity
+    {
+        OptCalcRecord market;
+        Record security;
+        bool exists = false;
+    };
+
+    // The writes of one row's valuation, told to the table when the valuation ends.
+    struct DeferredWrites
+    {
+        Record record;
+        quint32 columns = 0;
+    };
+    class RowWrites
+    {
+    public:
+        RowWrites(VirtualPortfolioModel* model, const Record& record);
+        ~RowWrites();
+        RowWrites(const RowWrites&) = delete;
+        RowWrites& operator=(const RowWrites&) = delete;
+
+    private:
+        VirtualPortfolioModel* m_model;
+        DeferredWrites m_outer;
     };
 
     Trigger triggerOfColumns(int left, int right) const;
     Trigger triggerOfWrites(quint32 columns) const;
-    void valueRecord(const Record& record, const Trigger& trigger);
-    void valueOption(const Record& record);
-    void valueFuture(const Record& record);
+    RowSecurity rowSecurity(const Record& record) const;
+    void valueRecord(int row, const Record& record, const Trigger& trigger);
+    void valueOption(int row, const Record& record, const RowSecurity& security);
+    void valueFuture(int row, const Record& record, const RowSecurity& security);
     // The valuation's clock: the security model's fixed "now" while it is in use.
     datetime now() const;
     void noteWrite(const Record& record, int column);
+    bool fillInputs(const Record& row, const OptCalcRecord& security, const Record& option,
+                    VolatInputParams& params) const;
+    // The smile coefficients of an option series, read once a batch of their table.
+    void smileOf(int isinId, VolatInputParams& params) const;
+    void forgetSmiles();
     // A value of a decimal column, rounded to the column's scale.
     bool writeDoubleIfChanged(const Record& record, int column, double value);
     short scaleOf(int column) const;
@@ -156,4 +189,15 @@ private:
     // row, and a row of a batch that holds them is valued by those columns alone.
     QHash<Record, quint32> m_pendingWrites;
     QHash<Record, quint32> m_batchWrites;
+    DeferredWrites m_rowWrites;
+
+    struct Smile
+    {
+        bool known = false;
+        VolatInputParams coefficients;
+    };
+    mutable QHash<int, Smile> m_smiles;
+    short m_mivScale = 0;
+    short m_mpScale = 0;
+    double m_mivUnit = 1.0; // one unit of miv's last digit
 };
