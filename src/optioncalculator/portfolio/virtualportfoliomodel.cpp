@@ -72,11 +72,6 @@ bool holds(int left, int right, int column)
     return column >= 0 && column >= left && column <= right;
 }
 
-quint32 columnBit(int column)
-{
-    return column >= 0 && column < 32 ? 1u << column : 0u;
-}
-
 } // namespace
 
 VirtualPortfolioModel::VirtualPortfolioModel(Table* table, OptCalcSecurityModel* securityModel,
@@ -169,42 +164,6 @@ datetime VirtualPortfolioModel::now() const
 
 // --- writes ----------------------------------------------------------------------------
 
-void VirtualPortfolioModel::noteWrite(const Record& record, int column)
-{
-    if (!record.inTable() || record.table() != table())
-        return;
-    if (record == m_rowWrites.record) {
-        m_rowWrites.columns |= columnBit(column);
-        return;
-    }
-    m_pendingWrites[record] |= columnBit(column);
-    table()->updated(record, column, column, -1);
-}
-
-VirtualPortfolioModel::RowWrites::RowWrites(VirtualPortfolioModel* model, const Record& record)
-    : m_model(model), m_outer(model->m_rowWrites)
-{
-    m_model->m_rowWrites = {record, 0};
-}
-
-VirtualPortfolioModel::RowWrites::~RowWrites()
-{
-    const DeferredWrites done = m_model->m_rowWrites;
-    m_model->m_rowWrites = m_outer;
-    if (done.columns == 0 || !done.record.inTable())
-        return;
-    m_model->m_pendingWrites[done.record] |= done.columns;
-    // Inside the valuation's batch one notice over the span says what several would: the
-    // table reports a batch's columns as one range.
-    int first = 0;
-    while (!(done.columns & (1u << first)))
-        ++first;
-    int last = 31;
-    while (!(done.columns & (1u << last)))
-        --last;
-    m_model->table()->updated(done.record, first, last, -1);
-}
-
 bool VirtualPortfolioModel::writeDecimalIfChanged(const Record& record, int column,
                                                   const decimal& value)
 {
@@ -218,7 +177,7 @@ bool VirtualPortfolioModel::writeDecimalIfChanged(const Record& record, int colu
     if (!stored.isZero() && !field.isNull() && field.toDecimal() == stored)
         return false;
     field = stored;
-    noteWrite(record, column);
+    m_ownWrites.written(table(), record, column);
     return true;
 }
 
@@ -236,20 +195,20 @@ short VirtualPortfolioModel::scaleOf(int column) const
 bool VirtualPortfolioModel::writeInt64IfChanged(const Record& record, int column, qint64 value)
 {
     Field field = record.data(column);
-    if (!field.isValid() || (!field.isNull() && field.toInteger64() == value))
+    if (!field.isValid() || (value != 0 && !field.isNull() && field.toInteger64() == value))
         return false;
     field = static_cast<long long>(value);
-    noteWrite(record, column);
+    m_ownWrites.written(table(), record, column);
     return true;
 }
 
 bool VirtualPortfolioModel::writeIntIfChanged(const Record& record, int column, int value)
 {
     Field field = record.data(column);
-    if (!field.isValid() || (!field.isNull() && field.toInteger() == value))
+    if (!field.isValid() || (value != 0 && !field.isNull() && field.toInteger() == value))
         return false;
     field = value;
-    noteWrite(record, column);
+    m_ownWrites.written(table(), record, column);
     return true;
 }
 
@@ -259,7 +218,7 @@ bool VirtualPortfolioModel::clearField(const Record& record, int column)
     if (field.isNull())
         return false;
     field.setNull();
-    noteWrite(record, column);
+    m_ownWrites.written(table(), record, column);
     return true;
 }
 
@@ -268,18 +227,9 @@ bool VirtualPortfolioModel::clearField(const Record& record, int column)
 void VirtualPortfolioModel::process(const QList<Record>& removed, const QList<Record>& updated,
                                     int firstColumn, int lastColumn, const QList<Record>& inserted)
 {
-    // Writes made while this batch is told of go out with the next one, and stay pending.
-    for (const Record& record : updated) {
-        const auto it = m_pendingWrites.constFind(record);
-        if (it != m_pendingWrites.cend()) {
-            m_batchWrites.insert(record, *it);
-            m_pendingWrites.erase(it);
-        }
-    }
-    for (const Record& record : removed)
-        m_pendingWrites.remove(record);
+    m_ownWrites.beginBatch(updated, removed);
     PortfolioModel::process(removed, updated, firstColumn, lastColumn, inserted);
-    m_batchWrites.clear();
+    m_ownWrites.endBatch();
 }
 
 void VirtualPortfolioModel::onModelDataChanged(const QModelIndex& topLeft,
@@ -333,9 +283,9 @@ VirtualPortfolioModel::Trigger VirtualPortfolioModel::triggerOfColumns(int left,
 VirtualPortfolioModel::Trigger VirtualPortfolioModel::triggerOfWrites(quint32 columns) const
 {
     Trigger trigger;
-    trigger.flag = columns & columnBit(m_columns.miv_mp_flag);
-    trigger.miv = columns & columnBit(m_columns.miv);
-    trigger.mp = columns & columnBit(m_columns.mp);
+    trigger.flag = columns & OwnWrites::bit(m_columns.miv_mp_flag);
+    trigger.miv = columns & OwnWrites::bit(m_columns.miv);
+    trigger.mp = columns & OwnWrites::bit(m_columns.mp);
     return trigger;
 }
 
@@ -345,7 +295,7 @@ void VirtualPortfolioModel::valueRows(const QModelIndex& topLeft, const QModelIn
         return;
     const Trigger ofRange = triggerOfColumns(topLeft.column(), bottomRight.column());
     // Most changes, such as the valuation's own Greeks, touch nothing that values a row.
-    if (!ofRange.any() && m_batchWrites.isEmpty())
+    if (!ofRange.any() && !m_ownWrites.batchHasWrites())
         return;
     const int first = std::max(0, topLeft.row());
     const int last = std::min(bottomRight.row(), count() - 1);
@@ -354,12 +304,9 @@ void VirtualPortfolioModel::valueRows(const QModelIndex& topLeft, const QModelIn
     TableUpdater update(table());
     for (int row = first; row <= last; ++row) {
         const Record record = at(row);
-        Trigger trigger = ofRange;
-        const auto own = m_batchWrites.find(record);
-        if (own != m_batchWrites.end()) {
-            trigger = triggerOfWrites(*own);
-            m_batchWrites.erase(own);
-        }
+        quint32 written = 0;
+        const Trigger trigger =
+            m_ownWrites.takeBatchColumns(record, &written) ? triggerOfWrites(written) : ofRange;
         if (trigger.any())
             valueRecord(row, record, trigger);
     }
@@ -398,7 +345,7 @@ void VirtualPortfolioModel::valueRecord(int row, const Record& record, const Tri
         return;
     {
         // The row's writes are told to the table once, over the columns written.
-        const RowWrites writes(this, record);
+        const OwnWrites::RowScope writes(m_ownWrites, table(), record);
         if (option)
             valueOption(row, record, security);
         else

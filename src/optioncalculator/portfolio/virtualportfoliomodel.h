@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ownwrites.h"
 #include "portfoliomodel.h"
 #include "positionvaluationdata.h"
 #include "profilepoint.h"
@@ -37,7 +38,7 @@ public:
     Qt::DropActions supportedDragActions() const override;
     // Every row of the table belongs to the model portfolio.
     bool filter(const Record& record) const override;
-    // Sees which rows of a batch hold nothing but the valuation's own writes.
+    // Sees which rows of a batch hold the valuation's own writes.
     void process(const QList<Record>& removed, const QList<Record>& updated, int firstColumn,
                  int lastColumn, const QList<Record>& inserted) override;
 
@@ -99,8 +100,8 @@ public:
     datetime serverTime() const { return m_serverTime; }
 
     // Writes of one field of a row that write, and tell the table, only on a change; false
-    // when nothing was written. A decimal compares at the column's scale, and a zero is
-    // always written.
+    // when nothing was written. A decimal compares at the column's scale; a zero is always
+    // written.
     bool writeDecimalIfChanged(const Record& record, int column, const decimal& value);
     bool writeInt64IfChanged(const Record& record, int column, qint64 value);
     bool writeIntIfChanged(const Record& record, int column, int value);
@@ -138,25 +139,6 @@ private:
         bool exists = false;
     };
 
-    // The writes of one row's valuation, told to the table when the valuation ends.
-    struct DeferredWrites
-    {
-        Record record;
-        quint32 columns = 0;
-    };
-    class RowWrites
-    {
-    public:
-        RowWrites(VirtualPortfolioModel* model, const Record& record);
-        ~RowWrites();
-        RowWrites(const RowWrites&) = delete;
-        RowWrites& operator=(const RowWrites&) = delete;
-
-    private:
-        VirtualPortfolioModel* m_model;
-        DeferredWrites m_outer;
-    };
-
     Trigger triggerOfColumns(int left, int right) const;
     Trigger triggerOfWrites(quint32 columns) const;
     RowSecurity rowSecurity(const Record& record) const;
@@ -165,7 +147,6 @@ private:
     void valueFuture(int row, const Record& record, const RowSecurity& security);
     // The valuation's clock: the security model's fixed "now" while it is in use.
     datetime now() const;
-    void noteWrite(const Record& record, int column);
     bool fillInputs(const Record& row, const OptCalcRecord& security, const Record& option,
                     VolatInputParams& params) const;
     // The smile coefficients of an option series, read once a batch of their table.
@@ -183,13 +164,8 @@ private:
     double m_plotMaximum;
     datetime m_serverTime;
 
-    // The table reports the changed columns of a batch as one range, in which the
-    // valuation's own writes of mp and the Greeks would span miv_mp_flag and look like a
-    // change of how the row is valued. So the columns the valuation writes are noted by
-    // row, and a row of a batch that holds them is valued by those columns alone.
-    QHash<Record, quint32> m_pendingWrites;
-    QHash<Record, quint32> m_batchWrites;
-    DeferredWrites m_rowWrites;
+    // What the valuation itself wrote, so that its own writes do not value a row anew.
+    OwnWrites m_ownWrites;
 
     struct Smile
     {
