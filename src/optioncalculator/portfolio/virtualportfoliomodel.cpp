@@ -59,8 +59,7 @@ double theorPrice(const VolatOutputParams& out, bool isPut)
     return isPut ? out.putPrice : out.callPrice;
 }
 
-// The nearest price of the grid of step, never below one step; the price itself when the
-// grid is unknown.
+// The nearest price of the grid of a positive step, never below one step.
 double onPriceGrid(double price, double step)
 {
     const double p = std::max(price, step);
@@ -396,8 +395,6 @@ void VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
     bool writeMp = false;
 
     if (flag & ModelValuesInUse) {
-        const short mivScale = m_mivScale;
-        const short mpScale = m_mpScale;
         const double step = market.data(c.price_step).toDouble();
         if (flag & MivFixed) {
             const double volatility = record.data(m_columns.miv).toDouble();
@@ -409,9 +406,8 @@ void VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
                 writeMp = true;
             } else {
                 // The bound is stored; the change that follows values the row at it.
-                const decimal bound = decimal::fromDouble(clamped, mivScale);
-                if (bound != record.data(m_columns.miv).toDecimal())
-                    writeDecimalIfChanged(record, m_columns.miv, bound);
+                writeDecimalIfChanged(record, m_columns.miv,
+                                      decimal::fromDouble(clamped, m_mivScale));
             }
         }
         if (flag & MpFixed) {
@@ -422,8 +418,9 @@ void VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
                 newMp = price;
                 writeMp = true;
             } else {
-                const double accV = std::pow(10.0, -mivScale - 1);
-                const double accP = std::pow(10.0, -mpScale - 1);
+                // A tenth of the last digit that each column keeps.
+                const double accV = std::pow(10.0, -m_mivScale - 1);
+                const double accP = std::pow(10.0, -m_mpScale - 1);
                 double volatility =
                     volatByTheorPrice(in, isPut, price, market.data(c.volat).toDouble(),
                                       band.low - accV, band.high + accV, accP, accV);
@@ -442,13 +439,13 @@ void VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
                     }
                 }
                 writeDecimalIfChanged(record, m_columns.miv,
-                                      decimal::fromDouble(volatility, mivScale));
+                                      decimal::fromDouble(volatility, m_mivScale));
             }
         }
         // Without a grid the price stays as it is.
         if (writeMp && step > 0.0)
             writeDecimalIfChanged(record, m_columns.mp,
-                                  decimal::fromDouble(onPriceGrid(newMp, step), mpScale));
+                                  decimal::fromDouble(onPriceGrid(newMp, step), m_mpScale));
     }
     if (!haveParams)
         calcVolatParams(out, in, record.data(m_columns.miv).toDouble());
