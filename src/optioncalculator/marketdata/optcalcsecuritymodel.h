@@ -39,6 +39,7 @@ public:
     void setFixedNow(const datetime& now);
     void setUseFixedNow(bool use);
     bool useFixedNow() const { return m_useFixedNow; }
+    const datetime& fixedNow() const { return m_fixedNow; }
     // The same clock under the names of the valuation passes.
     void setFrozenTime(const datetime& time) { setFixedNow(time); }
     void setClockFrozen(bool frozen) { setUseFixedNow(frozen); }

@@ -1,0 +1,290 @@
+// What the model portfolio adds to the pricing it cannot avoid: a market batch that touches
+// every security of a portfolio of 200 rows, revalued through the model, against the
+// pricing calls that this revaluation makes, on the same inputs.
+#include "benchutil.h"
+
+#include "marketdata/optcalcsecuritymodel.h"
+#include "marketdata/securitiesoptcalcdirectory.h"
+#include "marketdata/volatcoeffdirectory.h"
+#include "portfolio/positionsvirtualtable.h"
+#include "portfolio/virtualportfoliomodel.h"
+
+#include "c_api/icore.h"
+#include "c_api/tableregistry.h"
+#include "database/pricing.h"
+#include "database/table.h"
+#include "database/tableupdater.h"
+#include "market/markettables.h"
+#include "market/simulatedexchange.h"
+
+#include <QCoreApplication>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+namespace {
+
+constexpr int Rows = 200;
+constexpr int Batches = 20;
+const QString BaseCode = QStringLiteral("IDX");
+
+// The pricing a row's revaluation makes: the inputs and, for a fixed price, the search.
+struct RowPricing
+{
+    VolatInputParams in;
+    bool put = false;
+    bool priceFixed = false;
+    double miv = 0.0;   // the volatility the Greeks are computed at
+    double mp = 0.0;    // the fixed price
+    double volat = 0.0; // where the search starts
+    VolatBand band;
+};
+
+struct Portfolio
+{
+    Portfolio() : exchange(&tables, options())
+    {
+        for (Table* t : tables.all())
+            core.tables()->registerTable(t->name(), t);
+        securityModel = std::make_unique<OptCalcSecurityModel>(BaseCode);
+        securityModel->setFrozenTime(options().now);
+        securityModel->setClockFrozen(true);
+        table = PositionsVirtualTable::create();
+        model = std::make_unique<VirtualPortfolioModel>(table, securityModel.get());
+        model->setAccountFilterEnabled(false);
+        model->setBaseCode(BaseCode);
+        fill();
+    }
+    ~Portfolio()
+    {
+        model.reset();
+        delete table;
+        SecuritiesOptCalcDirectory::resetInstance();
+        VolatCoeffDirectory::resetInstance();
+    }
+
+    static SimulatedExchange::Options options()
+    {
+        SimulatedExchange::Options o;
+        o.seed = 1;
+        o.now = datetime(QDate(2025, 3, 12)) + 10 * 3600 * 1000LL;
+        return o;
+    }
+
+    // The base code's futures, and its options nearest the money: half with the volatility
+    // fixed, half with the price.
+    void fill()
+    {
+        SecuritiesOptCalcDirectory* directory = SecuritiesOptCalcDirectory::instance();
+        const OptCalcColumns& c = directory->columns();
+        std::vector<Record> futures, options;
+        for (int i = 0; i < directory->count(); ++i) {
+            const Record& r = directory->at(i).record;
+            if (r.data(c.base_code).toString() != BaseCode)
+                continue;
+            (r.data(c.sectype).toChar() == QLatin1Char('F') ? futures : options).push_back(r);
+        }
+        const double center = futures.front().data(c.cur_kotir_real).toDouble();
+        std::sort(options.begin(), options.end(), [&](const Record& a, const Record& b) {
+            return std::fabs(a.data(c.strike).toDouble() - center) <
+                   std::fabs(b.data(c.strike).toDouble() - center);
+        });
+        securities = futures;
+        for (const Record& o : options)
+            if (int(securities.size()) < Rows)
+                securities.push_back(o);
+
+        TableUpdater batch(table);
+        for (size_t i = 0; i < securities.size(); ++i) {
+            const Record& s = securities[i];
+            Record row(table);
+            for (const char* key :
+                 {"stock_id", "board_id", "sec_id", "sectype", "sec_name", "expdate"})
+                row.data(QLatin1String(key)) = s.data(QLatin1String(key));
+            row.data(QStringLiteral("pos")) = 1LL;
+            row.data(QStringLiteral("flags")) = 1;
+            const bool future = s.data(c.sectype).toChar() == QLatin1Char('F');
+            const double step = s.data(c.price_step).toDouble();
+            if (future || i % 2 == 0) {
+                row.data(QStringLiteral("miv_mp_flag")) = 5;
+                const double price = s.data(future ? c.cur_kotir_real : c.theor_price).toDouble();
+                row.data(QStringLiteral("mp")) = std::max(step, std::round(price / step) * step);
+            } else {
+                row.data(QStringLiteral("miv_mp_flag")) = 3;
+                row.data(QStringLiteral("miv")) = s.data(c.volat).toDouble() + 2.0;
+            }
+            table->insertRecord(row);
+        }
+    }
+
+    // One batch of the market: every security of the portfolio and its base futures move,
+    // back and forth by parity, so that each batch changes every valuation.
+    void marketBatch(int parity)
+    {
+        const OptCalcColumns& c = SecuritiesOptCalcDirectory::instance()->columns();
+        const int curKotir = tables.securities()->columnIndex(QStringLiteral("cur_kotir"));
+        const double sign = parity ? 1.0 : -1.0;
+        TableUpdater batch(tables.securities());
+        for (const Record& s : securities) {
+            Record r = s;
+            const double step = s.data(c.price_step).toDouble();
+            if (s.data(c.sectype).toChar() == QLatin1Char('F')) {
+                const double price = s.data(c.cur_kotir_real).toDouble() + sign * step;
+                r.data(c.cur_kotir_real) = price;
+                r.data(curKotir) = price;
+                tables.securities()->updated(r, std::min(c.cur_kotir_real, curKotir),
+                                             std::max(c.cur_kotir_real, curKotir));
+            } else {
+                r.data(c.theor_price) = s.data(c.theor_price).toDouble() + sign * step;
+                r.data(c.volat) = s.data(c.volat).toDouble() + sign * 0.01;
+                tables.securities()->updated(r, std::min(c.theor_price, c.volat),
+                                             std::max(c.theor_price, c.volat));
+            }
+        }
+    }
+
+    // The pricing that the last revaluation made, row by row.
+    std::vector<RowPricing> pricingOfRows() const
+    {
+        std::vector<RowPricing> rows;
+        const Table* t = table;
+        const OptCalcColumns& c = SecuritiesOptCalcDirectory::instance()->columns();
+        for (int row = 0; row < model->rowCount(); ++row) {
+            const Record& r = model->at(row);
+            if (r.data(t->columnIndex(QStringLiteral("sectype"))).toChar() != QLatin1Char('O'))
+                continue;
+            RowPricing p;
+            model->fillVolatInputParams(r, p.in);
+            const Record market = model->optCalcRecord(r).record;
+            p.put = market.data(c.option_type).toChar() == QLatin1Char('P');
+            p.priceFixed = r.data(t->columnIndex(QStringLiteral("miv_mp_flag"))).toInteger() & 4;
+            p.miv = r.data(t->columnIndex(QStringLiteral("miv"))).toDouble();
+            p.mp = r.data(t->columnIndex(QStringLiteral("mp"))).toDouble();
+            p.volat = market.data(c.volat).toDouble();
+            p.band = model->volatBand(model->securityRecord(r));
+            rows.push_back(p);
+        }
+        return rows;
+    }
+
+    ICore core;
+    MarketTables tables;
+    SimulatedExchange exchange;
+    std::unique_ptr<OptCalcSecurityModel> securityModel;
+    Table* table = nullptr;
+    std::unique_ptr<VirtualPortfolioModel> model;
+    std::vector<Record> securities;
+};
+
+// The calls of one revaluation, as the model makes them: a fixed volatility prices once; a
+// fixed price searches its volatility (and tries both bounds when out of reach), then
+// prices at it.
+double replay(const std::vector<RowPricing>& rows)
+{
+    double sink = 0.0;
+    VolatOutputParams out;
+    for (const RowPricing& p : rows) {
+        if (p.priceFixed) {
+            const double v = volatByTheorPrice(p.in, p.put, p.mp, p.volat, p.band.low - 0.001,
+                                               p.band.high + 0.001, 1e-6, 1e-3);
+            if (!p.band.contains(v)) {
+                calcVolatParams(out, p.in, p.band.low);
+                calcVolatParams(out, p.in, p.band.high);
+            }
+            sink += v;
+        }
+        calcVolatParams(out, p.in, p.miv);
+        sink += out.gamma;
+    }
+    return sink;
+}
+
+Portfolio* thePortfolio = nullptr;
+std::vector<RowPricing> pricing[2];
+
+void prepare()
+{
+    Portfolio& p = *thePortfolio;
+    for (int parity : {0, 1}) {
+        p.marketBatch(parity);
+        pricing[parity] = p.pricingOfRows();
+    }
+}
+
+void revalue()
+{
+    for (int i = 0; i < Batches; ++i)
+        thePortfolio->marketBatch(i % 2);
+}
+
+// The same batches with the model deaf to them: what the market costs by itself.
+double bareBatches()
+{
+    Portfolio& p = *thePortfolio;
+    SecuritiesOptCalcDirectory* directory = SecuritiesOptCalcDirectory::instance();
+    QObject::disconnect(directory, SIGNAL(processUpdate(QList<Record>)), p.model.get(),
+                        SLOT(securitiesChanged(QList<Record>)));
+    const double seconds = bestSeconds(7, revalue);
+    QObject::connect(directory, SIGNAL(processUpdate(QList<Record>)), p.model.get(),
+                     SLOT(securitiesChanged(QList<Record>)));
+    return seconds;
+}
+
+double pricingCalls()
+{
+    double sink = 0.0;
+    for (int i = 0; i < Batches; ++i)
+        sink += replay(pricing[i % 2]);
+    return sink;
+}
+
+void BM_Revalue(benchmark::State& state)
+{
+    for (auto _ : state)
+        revalue();
+    state.SetItemsProcessed(state.iterations() * Batches * Rows);
+}
+BENCHMARK(BM_Revalue)->Unit(benchmark::kMillisecond);
+
+void BM_PricingCalls(benchmark::State& state)
+{
+    for (auto _ : state)
+        benchmark::DoNotOptimize(pricingCalls());
+    state.SetItemsProcessed(state.iterations() * Batches * Rows);
+}
+BENCHMARK(BM_PricingCalls)->Unit(benchmark::kMillisecond);
+
+void figures()
+{
+    double sink = 0.0;
+    const double bareTime = bareBatches();
+    const double batchTime = bestSeconds(7, revalue);
+    const double pricingTime = bestSeconds(7, [&] { sink += pricingCalls(); });
+    benchmark::DoNotOptimize(sink);
+    // The revaluation is what the batch costs with the model beyond what it costs without.
+    const double revalueTime = batchTime - bareTime;
+    std::printf("rows %d; a batch takes %.1f us, %.1f us of it without the model; the "
+                "revaluation %.1f us, %.1f us of it pricing\n",
+                thePortfolio->model->rowCount(), batchTime * 1e6 / Batches,
+                bareTime * 1e6 / Batches, revalueTime * 1e6 / Batches, pricingTime * 1e6 / Batches);
+    printFigure("portfolio.revalue_overhead", revalueTime / pricingTime);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    Portfolio portfolio;
+    thePortfolio = &portfolio;
+    prepare();
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    figures();
+    return 0;
+}

@@ -1,0 +1,57 @@
+#pragma once
+
+#include "database/record.h"
+
+#include <QHash>
+#include <QList>
+
+class Table;
+
+// The valuation's own writes to the rows of a table, by row and column.
+//
+// The table reports the changed columns of a batch as one range. In that range the
+// valuation's own writes of, say, mp and the Greeks would span miv_mp_flag and look like a
+// change of how the row is valued. So the valuation notes what it writes, and when the
+// batch with those writes is told, a row that holds them is known by those columns alone.
+//
+// Within one row's valuation the writes are told to the table once, over the span of the
+// columns written: inside a batch that says what several notices would.
+class OwnWrites
+{
+public:
+    // Holds back the table's notices of one row's writes while it lives.
+    class RowScope
+    {
+    public:
+        RowScope(OwnWrites& writes, Table* table, const Record& row);
+        ~RowScope();
+        RowScope(const RowScope&) = delete;
+        RowScope& operator=(const RowScope&) = delete;
+
+    private:
+        OwnWrites& m_writes;
+        Table* m_table;
+        Record m_outerRow;
+        quint32 m_outerColumns;
+    };
+
+    // A cell of a row of table was written; the table is told now, or when the row's scope
+    // ends. Columns from 32 on are told but not noted.
+    void written(Table* table, const Record& row, int column);
+
+    // The writes that a batch carries, taken before the batch is told; writes made while
+    // it is told go out with the next one.
+    void beginBatch(const QList<Record>& updated, const QList<Record>& removed);
+    void endBatch() { m_batch.clear(); }
+    bool batchHasWrites() const { return !m_batch.isEmpty(); }
+    // Takes the columns written in a row of the told batch; false if the row has none.
+    bool takeBatchColumns(const Record& row, quint32* columns);
+
+    static quint32 bit(int column) { return column >= 0 && column < 32 ? 1u << column : 0u; }
+
+private:
+    QHash<Record, quint32> m_pending;
+    QHash<Record, quint32> m_batch;
+    Record m_row;
+    quint32 m_rowColumns = 0;
+};

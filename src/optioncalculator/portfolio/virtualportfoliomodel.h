@@ -1,0 +1,179 @@
+#pragma once
+
+#include "ownwrites.h"
+#include "portfoliomodel.h"
+#include "positionvaluationdata.h"
+#include "profilepoint.h"
+#include "valuationmode.h"
+#include "volatband.h"
+
+#include "database/datetime.h"
+#include "database/decimal.h"
+#include "database/pricing.h"
+
+#include <QHash>
+#include <QList>
+#include <QString>
+
+// The model portfolio over the calculator's table "positions_virtual". Besides the rows it
+// keeps each row's valuation true: a row may follow the market, or hold a model volatility
+// ("miv") from which the model price ("mp") follows, or a model price from which the
+// volatility follows. The bits of "miv_mp_flag" say which: bit 0 model values in use, bit 1
+// the volatility is the fixed one, bit 2 the price is. Every change of a row or of its
+// security's market data values the row anew and writes what changed.
+//
+// It also values a position at any base price for the profile curves, and holds the
+// trader's what-if shifts of volatility and time for that.
+class VirtualPortfolioModel : public PortfolioModel
+{
+    Q_OBJECT
+public:
+    // Bits of miv_mp_flag.
+    enum MivMpFlag { ModelValuesInUse = 1, MivFixed = 2, MpFixed = 4 };
+
+    VirtualPortfolioModel(Table* table, OptCalcSecurityModel* securityModel,
+                          QObject* parent = nullptr);
+    ~VirtualPortfolioModel() override;
+
+    Qt::DropActions supportedDragActions() const override;
+    // Every row of the table belongs to the model portfolio.
+    bool filter(const Record& record) const override;
+    // Sees which rows of a batch hold the valuation's own writes.
+    void process(const QList<Record>& removed, const QList<Record>& updated, int firstColumn,
+                 int lastColumn, const QList<Record>& inserted) override;
+
+    // Valuation of the rows.
+    void valueRows(const QModelIndex& topLeft, const QModelIndex& bottomRight);
+    void valueOptionRow(int row);
+    void valueFutureRow(int row);
+    // The range a model volatility of the security may take: its limits, repaired where the
+    // gateway publishes them swapped or empty, and never down to zero.
+    VolatBand volatBand(const Record& security) const;
+    // The inputs of the pricing functions for the row at its base future's quote and the
+    // time left; false when some of it is missing.
+    bool fillVolatInputParams(const Record& row, VolatInputParams& params) const;
+
+    // Valuation at any base price, for the profiles; mode is a ValuationMode.
+    PositionValuationData positionValuationData(int row) const;
+    double yearsToExpiry(const datetime& lasttime, const datetime& expdate, int mode) const;
+    ProfilePoint profilePointOfData(double price, int mode, double years,
+                                    const PositionValuationData& data) const;
+    ProfilePoint profilePointOfRow(double price, int mode, int row) const;
+    // The point of one row, or with row -1 the sum over the active rows.
+    ProfilePoint profilePoint(double price, int mode, int row) const;
+
+    // The rows that take part in the calculation.
+    QList<int> activeRows() const;
+    int activeRowCount() const;
+    bool noActiveRows() const;
+    bool allActiveOfSectype(const QChar& sectype) const;
+    // The row number of the n-th active row; -1 if there is none.
+    int activeRowAt(int n) const;
+
+    // Reference points of the base asset.
+    Record nearestFuture() const;
+    Record nearestPositionFuture() const;
+    decimal centralStrike() const;
+    decimal strikeNearest(const decimal& price) const;
+    double baseFuturePriceStep() const;
+
+    // Active rows by name and by the text of their key, for the plot's legend.
+    QString activeRowName(int row) const;
+    QString activeRowKey(const QString& name) const;
+    QString activeRowNameByKey(const QString& key) const;
+
+    // What-if state.
+    void setVolatShift(const decimal& shift) { m_volatShift = shift; }
+    decimal volatShift() const { return m_volatShift; }
+    void setVolatShiftEnabled(bool enabled) { m_volatShiftEnabled = enabled; }
+    bool volatShiftEnabled() const { return m_volatShiftEnabled; }
+    void setDaysShift(int days) { m_daysShift = days; }
+    int daysShift() const { return m_daysShift; }
+    void setDaysShiftEnabled(bool enabled) { m_daysShiftEnabled = enabled; }
+    bool daysShiftEnabled() const { return m_daysShiftEnabled; }
+    void setPlotMinimum(double value) { m_plotMinimum = value; }
+    double plotMinimum() const { return m_plotMinimum; }
+    void setPlotMiddle(double value) { m_plotMiddle = value; }
+    double plotMiddle() const { return m_plotMiddle; }
+    void setPlotMaximum(double value) { m_plotMaximum = value; }
+    double plotMaximum() const { return m_plotMaximum; }
+    datetime serverTime() const { return m_serverTime; }
+
+    // Writes of one field of a row that write, and tell the table, only on a change; false
+    // when nothing was written. A decimal compares at the column's scale; a zero is always
+    // written.
+    bool writeDecimalIfChanged(const Record& record, int column, const decimal& value);
+    bool writeInt64IfChanged(const Record& record, int column, qint64 value);
+    bool writeIntIfChanged(const Record& record, int column, int value);
+    bool clearField(const Record& record, int column);
+
+signals:
+    void userDataUpdated();
+    // The server's time became known again.
+    void serverTimeChanged();
+
+public slots:
+    void onModelDataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight,
+                            const QVector<int>& roles = QVector<int>()) override;
+    void onRowsInserted(const QModelIndex& parent, int first, int last) override;
+    void onModelReset() override;
+    void onServerTimeChanged(int index, const datetime& time);
+
+private:
+    // Which of the columns that decide a row's valuation a change touched.
+    struct Trigger
+    {
+        bool flag = false;
+        bool miv = false;
+        bool mp = false;
+        bool optionMarket = false; // theor_price or volat
+        bool futureMarket = false; // cur_kotir_real
+
+        bool any() const { return flag || miv || mp || optionMarket || futureMarket; }
+    };
+    // The securities of a row, looked up once for its valuation.
+    struct RowSecurity
+    {
+        OptCalcRecord market;
+        Record security;
+        bool exists = false;
+    };
+
+    Trigger triggerOfColumns(int left, int right) const;
+    Trigger triggerOfWrites(quint32 columns) const;
+    RowSecurity rowSecurity(const Record& record) const;
+    void valueRecord(int row, const Record& record, const Trigger& trigger);
+    void valueOption(int row, const Record& record, const RowSecurity& security);
+    void valueFuture(int row, const Record& record, const RowSecurity& security);
+    // The valuation's clock: the security model's fixed "now" while it is in use.
+    datetime now() const;
+    bool fillInputs(const Record& row, const OptCalcRecord& security, const Record& option,
+                    VolatInputParams& params) const;
+    // The smile coefficients of an option series, read once a batch of their table.
+    void smileOf(int isinId, VolatInputParams& params) const;
+    void forgetSmiles();
+    // A value of a decimal column, rounded to the column's scale.
+    bool writeDoubleIfChanged(const Record& record, int column, double value);
+    short scaleOf(int column) const;
+
+    decimal m_volatShift;
+    bool m_volatShiftEnabled = false;
+    int m_daysShift = 0;
+    bool m_daysShiftEnabled = false;
+    double m_plotMinimum;
+    double m_plotMaximum;
+    datetime m_serverTime;
+
+    // What the valuation itself wrote, so that its own writes do not value a row anew.
+    OwnWrites m_ownWrites;
+
+    struct Smile
+    {
+        bool known = false;
+        VolatInputParams coefficients;
+    };
+    mutable QHash<int, Smile> m_smiles;
+    short m_mivScale = 0;
+    short m_mpScale = 0;
+    double m_mivUnit = 1.0; // one unit of miv's last digit
+};
