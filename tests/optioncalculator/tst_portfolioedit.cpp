@@ -155,7 +155,7 @@ void TestPortfolioEdit::edits_data()
     row("model values off", Call, 3, "miv_mp_flag", check, 0, "", "miv_mp_flag=2 mp= box=0");
     row("model values on, future", Future, 0, "miv_mp_flag", check, 2, "", "miv_mp_flag=5");
     row("out of the calculation", Future, 0, "sec_name", check, 0, "", "flags=0 box=0");
-    row("no box when inactive", "Si-3.30", 0, "miv_mp_flag", check, 2, "", "miv_mp_flag=0 box=0");
+    row("no box when inactive", "Si-3.30", 0, "sec_name", check, 0, "", "flags=1 box=0");
     row("inactive: no strike", "Si90000CA", 0, "strike", edit, Call, "", "sec_name=Si90000CA");
     row("no instrument", Call, 3, "sec_name", edit, "", notFound, "");
     row("a row of another table", Call, 3, "strike", edit, "positions", notFound, "");
@@ -340,6 +340,10 @@ void TestPortfolioEdit::settings()
     f.model->loadFromSettings(settings);
     QCOMPARE(snapshot(f.table), saved);
     QCOMPARE(f.model->undoStack()->count(), 0);
+    // A shorter portfolio leaves no rows of the longer one behind.
+    f.model->removeRows({f.model->index(0, 0)});
+    f.model->saveToSettings(settings);
+    QCOMPARE(settings.childGroups(), QStringList({"row_0", "row_1"}));
 
     // Rows of a version without boards, a row of garbage, row 3 missing, row 7 beyond the count.
     settings.remove(QString());
@@ -350,14 +354,9 @@ void TestPortfolioEdit::settings()
     const qlonglong call = f.market.secId(Call), future = f.market.secId(Future);
     row(0, {{"stock_id", 1}, {"sec_id", call}, {"sectype", "O"}, {"pos", 2}, {"expdate", ""}});
     row(1, {{"stock_id", 1}, {"sec_id", future}, {"sectype", "F"}});
-    row(2, {{"stock_id", "x"},
-            {"sec_id", "1e99"},
-            {"sectype", "FO"},
-            {"pos", "y"},
-            {"expdate", "2030.13.45"},
-            {"miv", "nan"},
-            {"mp", "1e300"},
-            {"miv_mp_flag", "z"}});
+    for (const char* key : {"stock_id", "sec_id", "sectype", "pos", "expdate", "miv_mp_flag"})
+        settings.setValue(QStringLiteral("row_2/") + key, "FO 2030.13.45");
+    row(2, {{"miv", "nan"}, {"mp", "1e300"}, {"flags", 0}});
     row(7, {{"stock_id", 1}, {"sec_id", future}, {"sectype", "F"}, {"pos", 9}});
     f.table->clear();
     f.addRow(Put, 3);
@@ -374,8 +373,9 @@ void TestPortfolioEdit::settings()
     QVERIFY(rowOfKey(f, 1, 14, call).data("expdate").isNull());
     QCOMPARE(rowOfKey(f, 1, 1, future).data("flags").toInteger(), 1);
     // Without a security only the position and the name can be edited.
-    const QModelIndex zero = cell(f, rowOfKey(f, 0, 14, 0), "mp");
-    QCOMPARE(f.model->flags(zero),
+    const Record zero = rowOfKey(f, 0, 14, 0);
+    QCOMPARE(zero.data("flags").toInteger(), 0);
+    QCOMPARE(f.model->flags(cell(f, zero, "mp")),
              Qt::ItemIsSelectable | Qt::ItemIsDragEnabled | Qt::ItemIsEnabled);
     // A count far beyond the groups costs no more than the groups: row 7 comes in, and the
     // missing rows are the zero-valued row again.
@@ -383,6 +383,7 @@ void TestPortfolioEdit::settings()
     f.model->loadFromSettings(settings);
     QCOMPARE(f.model->rowCount(), 4);
     QCOMPARE(rowOfKey(f, 1, 1, future).data("pos").toInteger64(), 9LL);
+    QCOMPARE(zero.data("flags").toInteger(), 1);
 }
 
 void TestPortfolioEdit::drag()
