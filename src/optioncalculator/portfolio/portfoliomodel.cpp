@@ -10,8 +10,14 @@
 #include "c_api/icore.h"
 #include "c_api/tableregistry.h"
 #include "database/field.h"
+#include "database/masterindex.h"
 #include "database/table.h"
 #include "directory/securitydirectory.h"
+
+#include <QDataStream>
+#include <QMimeData>
+#include <QSet>
+#include <QtEndian>
 
 #include <algorithm>
 
@@ -155,14 +161,87 @@ QString PortfolioModel::securitiesDescription(const QString& column) const
 
 // --- drag and flags --------------------------------------------------------------------
 
+QString PortfolioModel::mimeType()
+{
+    return QStringLiteral("application/x-gui-portfolio");
+}
+
 QStringList PortfolioModel::mimeTypes() const
 {
-    return TableIndexModel::mimeTypes();
+    return {mimeType()};
 }
 
 QMimeData* PortfolioModel::mimeData(const QModelIndexList& indexes) const
 {
-    return TableIndexModel::mimeData(indexes);
+    QSet<int> rows;
+    for (const QModelIndex& index : indexes)
+        if (index.isValid() && index.model() == this)
+            rows.insert(index.row());
+    const MasterIndex* key = table() ? table()->masterIndex() : nullptr;
+    QByteArray bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    for (int row : qAsConst(rows)) {
+        const Record& shown = at(row);
+        const Record record = key && !shown.isNull() ? key->findByKey(shown) : Record();
+        if (record.isNull())
+            continue;
+        PositionItem item;
+        item.stock_id = record.data(m_columns.stock_id).toInteger();
+        item.board_id = record.data(m_columns.board_id).toInteger();
+        item.sec_id = record.data(m_columns.sec_id).toInteger64();
+        item.sec_name = record.data(m_columns.sec_name).toString();
+        item.sectype = record.data(m_columns.sectype).toChar();
+        item.pos = record.data(m_columns.pos).toInteger64();
+        // The model portfolio has no average price: its rows carry none.
+        item.price = record.data(m_columns.waprice).toDecimal();
+        const Field expdate = record.data(m_columns.expdate);
+        item.expdate = expdate.isNull() ? expiryDate(record) : expdate.toDatetime();
+        // A position without an expiry can't be valued where it lands.
+        if (item.expdate.isNull())
+            continue;
+        writePositionItem(out, item);
+    }
+    auto* mime = new QMimeData;
+    mime->setData(mimeType(), bytes);
+    return mime;
+}
+
+void PortfolioModel::writePositionItem(QDataStream& out, const PositionItem& item)
+{
+    out << qint32(item.stock_id) << qint32(item.board_id) << qint64(item.sec_id) << item.sec_name
+        << item.sectype << qint64(item.pos) << item.price << item.expdate;
+}
+
+bool PortfolioModel::readPositionItem(QDataStream& in, PositionItem& item)
+{
+    qint32 stock = 0, board = 0;
+    qint64 secId = 0, pos = 0;
+    in >> stock >> board >> secId;
+    // QDataStream would size a string by the length it reads; corrupt data must not make
+    // it reserve more than the bytes that are there.
+    QIODevice* device = in.device();
+    uchar length[4];
+    if (in.status() != QDataStream::Ok || !device ||
+        device->peek(reinterpret_cast<char*>(length), 4) != 4) {
+        in.setStatus(QDataStream::ReadPastEnd);
+        return false;
+    }
+    const quint32 bytes = in.byteOrder() == QDataStream::BigEndian
+                              ? qFromBigEndian<quint32>(length)
+                              : qFromLittleEndian<quint32>(length);
+    const quint32 nullString = 0xffffffff;
+    if (bytes != nullString && qint64(bytes) > device->bytesAvailable() - 4) {
+        in.setStatus(QDataStream::ReadCorruptData);
+        return false;
+    }
+    in >> item.sec_name >> item.sectype >> pos >> item.price >> item.expdate;
+    if (in.status() != QDataStream::Ok)
+        return false;
+    item.stock_id = stock;
+    item.board_id = board;
+    item.sec_id = secId;
+    item.pos = pos;
+    return true;
 }
 
 Qt::DropActions PortfolioModel::supportedDragActions() const

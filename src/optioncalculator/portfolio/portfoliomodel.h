@@ -1,6 +1,7 @@
 #pragma once
 
 #include "marketdata/optcalcsecurity.h"
+#include "positionitem.h"
 
 #include "basic_views/tableindexmodel.h"
 #include "database/datetime.h"
@@ -12,6 +13,7 @@
 
 class Field;
 class OptCalcSecurityModel;
+class QDataStream;
 class SecuritiesOptCalcDirectory;
 class SecurityDirectory;
 class VolatCoeffDirectory;
@@ -31,7 +33,8 @@ public:
     PortfolioModel(Table* table, OptCalcSecurityModel* securityModel, QObject* parent = nullptr);
     ~PortfolioModel() override;
 
-    // QAbstractItemModel, in the order of the plug-in contract.
+    // QAbstractItemModel, in the order of the plug-in contract. Rows are dragged as
+    // PositionItems under mimeType(), the real portfolio's with their average price.
     QStringList mimeTypes() const override;
     QMimeData* mimeData(const QModelIndexList& indexes) const override;
     Qt::DropActions supportedDragActions() const override;
@@ -49,6 +52,9 @@ public:
     const QString& baseCode() const { return m_baseCode; }
     void setAccountFilterEnabled(bool enabled);
     bool accountFilterEnabled() const { return m_accountFilterEnabled; }
+
+    // The drag format of positions, "application/x-gui-portfolio".
+    static QString mimeType();
 
     OptCalcSecurityModel* securityModel() const { return m_securityModel; }
     Table* securitiesTable() const { return m_securitiesTable; }
@@ -179,6 +185,13 @@ protected:
     // securityRecord() and baseRecord() of a security, for the valuation's inner loop.
     Record securityOf(const Record& row) const;
     Record baseOf(const Record& security) const;
+
+    // One position of the drag format: the fields of PositionItem in order, a QString for
+    // the name and the raw 64 bits of the price and the expiry.
+    static void writePositionItem(QDataStream& out, const PositionItem& item);
+    // False, with the stream's status set, when the data ends or is corrupt before the item
+    // is whole.
+    static bool readPositionItem(QDataStream& in, PositionItem& item);
 
     TableColumns m_columns;
     ModelColumns m_modelColumns;

@@ -8,14 +8,25 @@
 #include "database/field.h"
 #include "database/masterindex.h"
 #include "database/pricing.h"
+#include "database/recordstrans.h"
+#include "database/recordupdater.h"
+#include "database/settings.h"
 #include "database/table.h"
 #include "database/tablelocker.h"
 #include "database/tableupdater.h"
+#include "database/undo.h"
 #include "directory/boarddirectory.h"
 #include "directory/securitydirectory.h"
 
+#include <QDataStream>
+#include <QDateTime>
+#include <QMimeData>
+#include <QSet>
+#include <QTimer>
+#include <QUndoStack>
 #include <QtMath>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -77,7 +88,7 @@ VirtualPortfolioModel::VirtualPortfolioModel(Table* table, OptCalcSecurityModel*
                                              QObject* parent)
     : PortfolioModel(table, securityModel, parent),
       m_plotMinimum(std::numeric_limits<double>::max()),
-      m_plotMaximum(std::numeric_limits<double>::lowest())
+      m_plotMaximum(std::numeric_limits<double>::lowest()), m_undoStack(new QUndoStack)
 {
     if (table) {
         m_columns.miv = table->columnIndex(QStringLiteral("miv"));
@@ -891,4 +902,478 @@ decimal VirtualPortfolioModel::centralStrike() const
             ? reference.data(m_securitiesColumns.sectype).toChar() == QLatin1Char('F')
             : sectypeOf(reference).toChar() == QLatin1Char('F');
     return isFuture ? price : strikeNearest(price);
+}
+
+// --- editing ---------------------------------------------------------------------------
+
+namespace {
+
+bool withinLimit(qint64 pos, qint64 limit)
+{
+    return pos >= -limit && pos <= limit;
+}
+
+// The sum of two positions; false when it leaves 64 bits (a position loaded from garbage).
+bool addPositionsOf(qint64 a, qint64 b, qint64* sum)
+{
+    if (b > 0 ? a > std::numeric_limits<qint64>::max() - b
+              : a < std::numeric_limits<qint64>::min() - b)
+        return false;
+    *sum = a + b;
+    return true;
+}
+
+} // namespace
+
+qint64 VirtualPortfolioModel::positionLimit(int stock, qint64 secId, QChar sectype) const
+{
+    const bool future = sectype == QLatin1Char('F');
+    if (!future && sectype != QLatin1Char('O'))
+        return -1;
+    Record base = m_securityDirectory->recordById(stock, future ? 1 : 14, secId);
+    if (!future && !base.isNull()) {
+        const int mainSecId = base.table()->columnIndex(QStringLiteral("main_sec_id"));
+        if (mainSecId < 0)
+            return -1;
+        base = m_securityDirectory->recordById(1, 1, base.data(mainSecId).toInteger64());
+    }
+    if (base.isNull())
+        return -1;
+    const qint64 fallback = 1000000;
+    const decimal price = basePrice(base);
+    if (price.value() == 0)
+        return fallback;
+    // Position times twice the price must stay within a decimal. A price so high that not
+    // one contract fits, or so low that the power leaves 64 bits, gets the fallback.
+    const double power =
+        std::pow(10.0, std::floor(std::log10(decimal::MaxAbsValue / (price.toDouble() * 2.0))));
+    if (!(power >= 1.0) || power >= 9223372036854775808.0)
+        return fallback;
+    return qint64(power);
+}
+
+Qt::ItemFlags VirtualPortfolioModel::flags(const QModelIndex& index) const
+{
+    if (!index.isValid())
+        return Qt::ItemIsDropEnabled;
+    const ModelColumns& m = m_modelColumns;
+    const int column = index.column();
+    Qt::ItemFlags result = Qt::ItemIsSelectable | Qt::ItemIsDragEnabled | Qt::ItemIsEnabled;
+    if (column == m.pos || column == m.sec_name)
+        result |= Qt::ItemIsEditable;
+    const Record record = recordByIndex(index);
+    if (!securityExists(record))
+        return result;
+    const bool active = isRowActive(record, false);
+    const bool option = sectypeOf(record).toChar() == QLatin1Char('O');
+    if ((column == m.miv && option) || column == m.mp)
+        result |= Qt::ItemIsEditable;
+    if (active && (column == m.miv_mp_flag || column == m.sec_name))
+        result |= Qt::ItemIsUserCheckable;
+    if (active && option && (column == m.strike || column == m.sectype))
+        result |= Qt::ItemIsEditable;
+    if (active && column == m.expdate)
+        result |= Qt::ItemIsEditable;
+    return result;
+}
+
+int VirtualPortfolioModel::checkState(const QModelIndex& index, int column) const
+{
+    const Record record = recordByIndex(index);
+    if (!isRowActive(record, false))
+        return Qt::Unchecked;
+    return record.data(column).toInteger() & 1 ? Qt::Checked : Qt::Unchecked;
+}
+
+QVariant VirtualPortfolioModel::data(const QModelIndex& index, int role) const
+{
+    if (index.isValid() && index.column() == m_modelColumns.miv_mp_flag) {
+        // The column is its check box alone.
+        if (role == Qt::DisplayRole || role == Qt::EditRole)
+            return QVariant();
+        if (role == Qt::CheckStateRole)
+            return checkState(index, m_columns.miv_mp_flag);
+    } else if (index.isValid() && index.column() == m_modelColumns.sec_name &&
+               role == Qt::CheckStateRole) {
+        return checkState(index, m_columns.flags);
+    }
+    return PortfolioModel::data(index, role);
+}
+
+bool VirtualPortfolioModel::setData(const QModelIndex& index, const QVariant& value, int role)
+{
+    const Record record = recordByIndex(index);
+    if (!index.isValid() || record.isNull() || !table())
+        return false;
+    // Changes go to a copy: a refused value leaves the row as it is.
+    const Record before = record.clone();
+    Record after = record.clone();
+    const ModelColumns& m = m_modelColumns;
+    const int column = index.column();
+    const Qt::ItemFlags cell = flags(index);
+    if (role == Qt::CheckStateRole && (cell & Qt::ItemIsUserCheckable)) {
+        const int field = column == m.miv_mp_flag ? m_columns.miv_mp_flag
+                          : column == m.sec_name  ? m_columns.flags
+                                                  : -1;
+        if (field >= 0) {
+            const int bits = after.data(field).toInteger();
+            after.data(field) = value.toInt() == Qt::Checked ? bits | 1 : bits & ~1;
+        }
+    } else if (role == Qt::EditRole && (cell & Qt::ItemIsEditable)) {
+        if (column == m.pos)
+            editPosition(after, value);
+        else if (column == m.miv)
+            editModelVolatility(after, value);
+        else if (column == m.mp)
+            editModelPrice(after, value);
+        else if ((column == m.sec_name || column == m.strike || column == m.sectype ||
+                  column == m.expdate) &&
+                 !editInstrument(after, value))
+            return true;
+    }
+    pushCommand(new Undo::Update(table(), before, after), tr("изменение позиции"));
+    QTimer::singleShot(0, this, SIGNAL(userDataUpdated()));
+    return true;
+}
+
+void VirtualPortfolioModel::pushCommand(QUndoCommand* command, const QString& text)
+{
+    command->setText(text);
+    m_undoStack->push(command);
+}
+
+namespace {
+
+QString notANumber()
+{
+    return VirtualPortfolioModel::tr("Невозможно преобразовать указанное значение в число.");
+}
+
+decimal decimalOf(const QVariant& value)
+{
+    bool ok = false;
+    const decimal number = decimal::fromAnyString(value.toString(), &ok);
+    if (!ok)
+        throw notANumber();
+    return number;
+}
+
+} // namespace
+
+void VirtualPortfolioModel::editPosition(Record& row, const QVariant& value) const
+{
+    bool ok = false;
+    const qint64 pos = value.userType() == QMetaType::QString
+                           ? value.toString().trimmed().toLongLong(&ok)
+                           : value.toLongLong(&ok);
+    if (!ok)
+        throw notANumber();
+    const qint64 limit =
+        positionLimit(row.data(m_columns.stock_id).toInteger(),
+                      row.data(m_columns.sec_id).toInteger64(), sectypeOf(row).toChar());
+    if (limit < 0 || !withinLimit(pos, limit))
+        throw tr("Указанная позиция превышает максимально допустимую.");
+    row.data(m_columns.pos) = static_cast<long long>(pos);
+}
+
+void VirtualPortfolioModel::editModelVolatility(Record& row, const QVariant& value) const
+{
+    decimal volatility = decimalOf(value);
+    // A future has no volatility to fix.
+    if (sectypeOf(row).toChar() != QLatin1Char('O'))
+        return;
+    const short scale = scaleOf(m_columns.miv);
+    const double typed = volatility.toDouble();
+    const double clamped = volatBand(securityRecord(row)).clamp(typed);
+    if (clamped != typed)
+        volatility = decimal::fromDouble(clamped, scale);
+    volatility.setScale(scale);
+    row.data(m_columns.miv_mp_flag) = ModelValuesInUse | MivFixed;
+    row.data(m_columns.miv) = volatility;
+}
+
+void VirtualPortfolioModel::editModelPrice(Record& row, const QVariant& value) const
+{
+    decimal price = decimalOf(value);
+    price.setScale(scaleOf(m_columns.mp));
+    row.data(m_columns.miv_mp_flag) = ModelValuesInUse | MpFixed;
+    row.data(m_columns.mp) = price;
+}
+
+bool VirtualPortfolioModel::editInstrument(Record& row, const QVariant& value)
+{
+    const Record security = value.value<Record>();
+    if (security.isNull() || security.table() != m_securitiesTable)
+        throw tr("Выбранный инструмент не найден в базе данных.");
+    const SecuritiesColumns& s = m_securitiesColumns;
+    const TableColumns& c = m_columns;
+    Record key(table());
+    key.data(c.stock_id) = security.data(s.stock_id);
+    key.data(c.board_id) = security.data(s.board_id);
+    key.data(c.sec_id) = security.data(s.sec_id);
+    if (key.data(c.stock_id) == row.data(c.stock_id) &&
+        key.data(c.board_id) == row.data(c.board_id) && key.data(c.sec_id) == row.data(c.sec_id))
+        return false;
+    if (!table()->masterIndex()->findByKey(key).isNull())
+        throw tr("Выбранный инструмент уже присутствует в модельном портфеле.");
+    // The row changes its key in place; a sorted view would move it away from the editor.
+    sort(-1, Qt::AscendingOrder);
+    // Model values of an option mean nothing for a future, and the reverse.
+    if (security.data(s.sectype).toChar() != sectypeOf(row).toChar()) {
+        row.data(c.miv_mp_flag) = 0;
+        row.data(c.miv).setNull();
+        row.data(c.mp).setNull();
+    }
+    row.data(c.stock_id) = security.data(s.stock_id);
+    row.data(c.board_id) = security.data(s.board_id);
+    row.data(c.sec_id) = security.data(s.sec_id);
+    row.data(c.sectype) = security.data(s.sectype);
+    row.data(c.sec_name) = security.data(s.sec_name);
+    row.data(c.expdate) = security.data(s.expdate);
+    return true;
+}
+
+Record VirtualPortfolioModel::newPositionRow(const PositionItem& item) const
+{
+    const TableColumns& c = m_columns;
+    Record row(table());
+    row.data(c.stock_id) = item.stock_id;
+    row.data(c.board_id) = item.board_id;
+    row.data(c.sec_id) = static_cast<long long>(item.sec_id);
+    row.data(c.sec_name) = item.sec_name;
+    row.data(c.sectype) = item.sectype;
+    if (!item.expdate.isNull())
+        row.data(c.expdate) = item.expdate;
+    row.data(c.pos) = static_cast<long long>(item.pos);
+    row.data(c.miv_mp_flag) = 0;
+    if (!item.price.isZero()) {
+        row.data(c.mp) = item.price;
+        row.data(c.miv_mp_flag) = MpFixed;
+    }
+    row.data(c.flags) = 1;
+    return row;
+}
+
+void VirtualPortfolioModel::mergePosition(Record& row, const PositionItem& item, qint64 limit) const
+{
+    const TableColumns& c = m_columns;
+    qint64 sum = 0;
+    if (!addPositionsOf(row.data(c.pos).toInteger64(), item.pos, &sum) || sum == 0 ||
+        !withinLimit(sum, limit))
+        sum = item.pos;
+    row.data(c.pos) = static_cast<long long>(sum);
+    if (row.data(c.miv_mp_flag).toInteger() == 0 && !item.price.isZero()) {
+        row.data(c.mp) = item.price;
+        row.data(c.miv_mp_flag) = MpFixed;
+    }
+}
+
+void VirtualPortfolioModel::addPositions(const QList<PositionItem*>& items)
+{
+    if (!table())
+        return;
+    // The rows as this command leaves them, by key. A security that comes twice adds up as
+    // if the items were added one after the other.
+    struct Change
+    {
+        Record before; // null for a new row
+        Record after;
+    };
+    QVector<Change> changes;
+    QHash<QString, int> changeOfKey;
+    for (const PositionItem* item : items) {
+        if (!item)
+            continue;
+        const qint64 limit = positionLimit(item->stock_id, item->sec_id, item->sectype);
+        if (limit < 0 || !withinLimit(item->pos, limit))
+            continue;
+        const QString key =
+            QStringLiteral("%1 %2 %3").arg(item->stock_id).arg(item->board_id).arg(item->sec_id);
+        const auto pending = changeOfKey.constFind(key);
+        if (pending != changeOfKey.cend()) {
+            mergePosition(changes[*pending].after, *item, limit);
+            continue;
+        }
+        const Record row = newPositionRow(*item);
+        const Record held = table()->masterIndex()->findByKey(row);
+        changeOfKey.insert(key, changes.size());
+        if (held.isNull()) {
+            changes.append({Record(), row});
+        } else {
+            changes.append({held.clone(), held.clone()});
+            mergePosition(changes.last().after, *item, limit);
+        }
+    }
+    if (changes.isEmpty())
+        return;
+    auto* transaction = new Undo::Transaction(table());
+    for (const Change& change : qAsConst(changes)) {
+        if (change.before.isNull())
+            new Undo::TransInsert(change.after, transaction);
+        else
+            new Undo::TransUpdate(change.before, change.after, transaction);
+    }
+    pushCommand(transaction, tr("изменение портфеля"));
+}
+
+void VirtualPortfolioModel::removeRows(const QList<QModelIndex>& indexes)
+{
+    if (!table())
+        return;
+    auto* transaction = new Undo::Transaction(table());
+    QSet<int> handled;
+    for (const QModelIndex& index : indexes) {
+        const Record record = recordByIndex(index);
+        if (record.isNull() || handled.contains(index.row()))
+            continue;
+        handled.insert(index.row());
+        new Undo::TransDelete(record.clone(), transaction);
+    }
+    pushCommand(transaction, tr("удаление"));
+}
+
+void VirtualPortfolioModel::clearPortfolio()
+{
+    if (table())
+        pushCommand(new Undo::Clear(table()), tr("очистку"));
+}
+
+// --- settings and drag -----------------------------------------------------------------
+
+namespace {
+
+const QString SettingsDateFormat = QStringLiteral("yyyy.MM.dd");
+
+// The number of a group "row_N"; -1 for any other group.
+int rowGroupNumber(const QString& group)
+{
+    if (!group.startsWith(QLatin1String("row_")))
+        return -1;
+    bool ok = false;
+    const int number = group.midRef(4).toInt(&ok);
+    return ok && number >= 0 && group == QStringLiteral("row_%1").arg(number) ? number : -1;
+}
+
+} // namespace
+
+void VirtualPortfolioModel::saveToSettings(Settings& settings) const
+{
+    const int rows = count();
+    // Rows of an earlier, longer portfolio would linger under the new count.
+    for (const QString& group : settings.childGroups())
+        if (rowGroupNumber(group) >= rows)
+            settings.remove(group);
+    settings.setValue(QStringLiteral("rowsCount"), rows);
+    const MasterIndex* key = table() ? table()->masterIndex() : nullptr;
+    for (int row = 0; row < rows; ++row) {
+        const QString group = QStringLiteral("row_%1").arg(row);
+        settings.remove(group);
+        // A row that has left the table meanwhile is an empty group: it loads as zeros.
+        const Record record = key ? key->findByKey(at(row)) : Record();
+        if (record.isNull())
+            continue;
+        settings.beginGroup(group);
+        saveRow(settings, record);
+        settings.endGroup();
+    }
+}
+
+void VirtualPortfolioModel::saveRow(Settings& settings, const Record& record) const
+{
+    const TableColumns& c = m_columns;
+    settings.setValue(QStringLiteral("stock_id"), record.data(c.stock_id).toInteger());
+    settings.setValue(QStringLiteral("board_id"), record.data(c.board_id).toInteger());
+    settings.setValue(QStringLiteral("sec_id"), qlonglong(record.data(c.sec_id).toInteger64()));
+    settings.setValue(QStringLiteral("sectype"), record.data(c.sectype).toString());
+    settings.setValue(QStringLiteral("sec_name"), record.data(c.sec_name).toString());
+    settings.setValue(QStringLiteral("pos"), qlonglong(record.data(c.pos).toInteger64()));
+    const Field expdate = record.data(c.expdate);
+    const QDate date = expdate.isNull() ? expiryDate(record).getDate() : expdate.toQDate();
+    settings.setValue(QStringLiteral("expdate"),
+                      date.isValid() ? date.toString(SettingsDateFormat) : QString());
+    settings.setValue(QStringLiteral("miv_mp_flag"), record.data(c.miv_mp_flag).toInteger());
+    settings.setValue(QStringLiteral("miv"), record.data(c.miv).toDouble());
+    settings.setValue(QStringLiteral("mp"), record.data(c.mp).toDouble());
+    settings.setValue(QStringLiteral("flags"), record.data(c.flags).toInteger());
+}
+
+void VirtualPortfolioModel::loadFromSettings(const Settings& settings)
+{
+    const int rowsCount = settings.value(QStringLiteral("rowsCount")).toInt();
+    if (rowsCount < 1 || !table())
+        return;
+    // The count bounds the rows but is never walked: the groups there are make the rows,
+    // and the rows missing among them all load as the same zero-valued row.
+    QVector<int> numbers;
+    for (const QString& group : settings.childGroups()) {
+        const int number = rowGroupNumber(group);
+        if (number >= 0 && number < rowsCount)
+            numbers.append(number);
+    }
+    std::sort(numbers.begin(), numbers.end());
+    int missing = 0;
+    while (missing < numbers.size() && numbers.at(missing) == missing)
+        ++missing;
+    if (missing < rowsCount)
+        numbers.insert(missing, missing);
+
+    TableUpdater batch(table());
+    RecordsTrans transaction(table());
+    for (int number : qAsConst(numbers))
+        loadRow(settings, number, transaction);
+}
+
+void VirtualPortfolioModel::loadRow(const Settings& settings, int number, RecordsTrans& transaction)
+{
+    const TableColumns& c = m_columns;
+    settings.beginGroup(QStringLiteral("row_%1").arg(number));
+    Record record(table());
+    record.data(c.stock_id) = settings.value(QStringLiteral("stock_id")).toInt();
+    const QString sectypeText = settings.value(QStringLiteral("sectype")).toString();
+    const QChar sectype = sectypeText.size() == 1 ? sectypeText.at(0) : QChar();
+    // Older versions saved no board: futures trade on 1, options on 14.
+    record.data(c.board_id) = settings.contains(QStringLiteral("board_id"))
+                                  ? settings.value(QStringLiteral("board_id")).toInt()
+                                  : (sectype == QLatin1Char('F') ? 1 : 14);
+    record.data(c.sec_id) =
+        static_cast<long long>(settings.value(QStringLiteral("sec_id")).toLongLong());
+    {
+        RecordUpdater updater(record, transaction);
+        auto cell = [&updater](int column) {
+            updater.extendColumns(column, column);
+            return updater.data(column);
+        };
+        cell(c.sectype) = sectype;
+        cell(c.sec_name) = settings.value(QStringLiteral("sec_name")).toString();
+        cell(c.pos) = static_cast<long long>(settings.value(QStringLiteral("pos")).toLongLong());
+        const QDateTime expdate = QDateTime::fromString(
+            settings.value(QStringLiteral("expdate")).toString(), SettingsDateFormat);
+        if (expdate.isValid() && !expdate.isNull())
+            cell(c.expdate) = datetime(expdate.date());
+        else
+            cell(c.expdate).setNull();
+        cell(c.miv_mp_flag) = settings.value(QStringLiteral("miv_mp_flag")).toInt();
+        cell(c.miv) =
+            decimal::fromDouble(settings.value(QStringLiteral("miv")).toDouble(), scaleOf(c.miv));
+        cell(c.mp) =
+            decimal::fromDouble(settings.value(QStringLiteral("mp")).toDouble(), scaleOf(c.mp));
+        cell(c.flags) = settings.value(QStringLiteral("flags"), 1).toInt();
+    }
+    settings.endGroup();
+}
+
+QList<PositionItem*> VirtualPortfolioModel::parseMimeData(const QMimeData* mime) const
+{
+    QList<PositionItem*> items;
+    if (!mime || !mime->hasFormat(mimeType()))
+        return items;
+    const QByteArray bytes = mime->data(mimeType());
+    QDataStream in(bytes);
+    while (!in.atEnd()) {
+        auto item = std::make_unique<PositionItem>();
+        if (!readPositionItem(in, *item))
+            break;
+        items.append(item.release());
+    }
+    return items;
 }

@@ -15,6 +15,15 @@
 #include <QList>
 #include <QString>
 
+#include <memory>
+
+class QMimeData;
+class QUndoCommand;
+class QUndoStack;
+class RecordsTrans;
+class Settings;
+struct VolatInputParams;
+
 // The model portfolio over the calculator's table "positions_virtual". Besides the rows it
 // keeps each row's valuation true: a row may follow the market, or hold a model volatility
 // ("miv") from which the model price ("mp") follows, or a model price from which the
@@ -24,6 +33,10 @@
 //
 // It also values a position at any base price for the profile curves, and holds the
 // trader's what-if shifts of volatility and time for that.
+//
+// Every change the trader makes is one command of the model's undo stack, made on copies of
+// the rows: a value the model refuses is thrown as a QString with the message for the user
+// (the host's ItemDelegate shows it), and the row stays as it was.
 class VirtualPortfolioModel : public PortfolioModel
 {
     Q_OBJECT
@@ -36,11 +49,39 @@ public:
     ~VirtualPortfolioModel() override;
 
     Qt::DropActions supportedDragActions() const override;
+    // Which cells the trader may edit and check: the market columns only while the row's
+    // security is live in this base code.
+    Qt::ItemFlags flags(const QModelIndex& index) const override;
+    // The check boxes: model values in use ("miv_mp_flag") and the row in the calculation
+    // (on the name).
+    QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    // An edit of one cell as one command; the instrument cells take a Record of
+    // "securities". Throws a QString when it refuses the value.
+    bool setData(const QModelIndex& index, const QVariant& value, int role = Qt::EditRole) override;
     // Every row of the table belongs to the model portfolio.
     bool filter(const Record& record) const override;
     // Sees which rows of a batch hold the valuation's own writes.
     void process(const QList<Record>& removed, const QList<Record>& updated, int firstColumn,
                  int lastColumn, const QList<Record>& inserted) override;
+
+    // Editing, each call one command. Positions of a security already held add up to it; a
+    // sum of zero or over the limit replaces it, so that a closing trade keeps the row.
+    // Items over the limit or of unknown securities are left out. The caller keeps the items.
+    void addPositions(const QList<PositionItem*>& items);
+    void removeRows(const QList<QModelIndex>& indexes);
+    void clearPortfolio();
+    // The largest position of the security whose value at twice its base price a decimal
+    // still holds; -1 for an unknown security.
+    qint64 positionLimit(int stock, qint64 secId, QChar sectype) const;
+    QUndoStack* undoStack() const { return m_undoStack.get(); }
+
+    // The rows in the settings' current group, and back. Loading adds to the rows there are
+    // and is no command; missing or garbage values load as zero.
+    void saveToSettings(Settings& settings) const;
+    void loadFromSettings(const Settings& settings);
+    // The positions of a drag, in its order; a truncated or corrupt payload ends the list.
+    // The caller owns the items.
+    QList<PositionItem*> parseMimeData(const QMimeData* mime) const;
 
     // Valuation of the rows.
     void valueRows(const QModelIndex& topLeft, const QModelIndex& bottomRight);
@@ -139,6 +180,19 @@ private:
         bool exists = false;
     };
 
+    // Editing steps on the copy of a row; they throw what the trader is told.
+    void editPosition(Record& row, const QVariant& value) const;
+    void editModelVolatility(Record& row, const QVariant& value) const;
+    void editModelPrice(Record& row, const QVariant& value) const;
+    // False when the security chosen is the row's own.
+    bool editInstrument(Record& row, const QVariant& value);
+    void mergePosition(Record& row, const PositionItem& item, qint64 limit) const;
+    Record newPositionRow(const PositionItem& item) const;
+    void pushCommand(QUndoCommand* command, const QString& text);
+    int checkState(const QModelIndex& index, int column) const;
+    void loadRow(const Settings& settings, int number, RecordsTrans& transaction);
+    void saveRow(Settings& settings, const Record& record) const;
+
     Trigger triggerOfColumns(int left, int right) const;
     Trigger triggerOfWrites(quint32 columns) const;
     RowSecurity rowSecurity(const Record& record) const;
@@ -176,4 +230,6 @@ private:
     short m_mivScale = 0;
     short m_mpScale = 0;
     double m_mivUnit = 1.0; // one unit of miv's last digit
+
+    std::unique_ptr<QUndoStack> m_undoStack;
 };
