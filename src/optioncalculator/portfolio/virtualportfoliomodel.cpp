@@ -1,5 +1,7 @@
 #include "virtualportfoliomodel.h"
 
+#include "portfoliocolumndelegates.h"
+
 #include "marketdata/optcalcsecuritymodel.h"
 #include "marketdata/securitiesoptcalcdirectory.h"
 #include "marketdata/volatcoeffdirectory.h"
@@ -111,6 +113,7 @@ VirtualPortfolioModel::VirtualPortfolioModel(Table* table, OptCalcSecurityModel*
     m_modelColumns.mp = addColumn(m_columns.mp);
     m_modelColumns.miv_mp_flag = addColumn(m_columns.miv_mp_flag);
     m_modelColumns.flags = addColumn(m_columns.flags);
+    PortfolioColumnDelegates::install(this);
 
     connect(ConnectionsManager::instance(), SIGNAL(serverTimeChanged(int, datetime)), this,
             SLOT(onServerTimeChanged(int, datetime)));
