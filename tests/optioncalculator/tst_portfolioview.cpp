@@ -481,10 +481,17 @@ void TestPortfolioView::actionsPerModel()
     QCOMPARE(realView.dragDropMode(), QAbstractItemView::DragOnly);
     QVERIFY(!realView.itemDelegateForColumn(real.fieldIndex(QStringLiteral("strike"))));
 
+    // Another model takes the view over with parts of its own.
+    modelView.setModel(&real);
+    QVERIFY(!modelView.footerWidget());
+    QCOMPARE(ids(modelView.modelActions()), ids(realView.modelActions()));
+    QCOMPARE(modelView.toolBar()->actions().size(), 5);
+    QVERIFY(!modelView.itemDelegateForColumn(f.model->fieldIndex(QStringLiteral("strike"))));
+
     // Without a calculator widget the view stands on its own.
     PortfolioTableView alone;
     alone.setModel(f.model.get());
-    QCOMPARE(ids(alone.modelActions()), ids(modelView.modelActions()));
+    QCOMPARE(ids(alone.modelActions()), (QStringList{"OC.undo", "OC.redo"} + edits));
     for (QAction* action : alone.modelActions())
         action->trigger();
 }
@@ -544,6 +551,8 @@ void TestPortfolioView::dropWithoutExpiryAddsNothing()
     f.market.setField(QStringLiteral("RI-6.30"), QStringLiteral("expdate"), QVariant());
     Table* positions = f.market.positions();
     Record extra = positions->masterIndex()->at(0).clone();
+    extra.data(QStringLiteral("stock_id")) = 1;
+    extra.data(QStringLiteral("board_id")) = 1;
     extra.data(QStringLiteral("sec_id")) =
         static_cast<long long>(f.market.secId(QStringLiteral("RI-6.30")));
     extra.data(QStringLiteral("sec_name")) = QStringLiteral("RI-6.30");

@@ -116,6 +116,10 @@ void PortfolioTableView::clearModelParts()
         delete editor;
     }
     m_editedColumns.clear();
+    if (m_rowDelegate) {
+        setItemDelegate(new ItemDelegate(this));
+        delete m_rowDelegate;
+    }
     m_toolBar->clear();
     qDeleteAll(m_actions);
     m_actions.clear();
@@ -187,7 +191,8 @@ void PortfolioTableView::buildAccountSelector()
 void PortfolioTableView::setUpModelPortfolio(VirtualPortfolioModel* model)
 {
     setDragDropMode(QAbstractItemView::DropOnly);
-    setItemDelegate(new PortfolioItemDelegate<ItemDelegate>(this));
+    m_rowDelegate = new PortfolioItemDelegate<ItemDelegate>(this);
+    setItemDelegate(m_rowDelegate);
     setUpCellEditors(model);
 
     m_totalRow = new FrozenRowView(this);

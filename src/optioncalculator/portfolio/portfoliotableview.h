@@ -75,6 +75,7 @@ private:
     QList<QMetaObject::Connection> m_undoConnections;
     QList<QMetaObject::Connection> m_modelConnections;
     QList<int> m_editedColumns;
+    QPointer<QAbstractItemDelegate> m_rowDelegate;
     AccountSelectorBox* m_accountSelector = nullptr;
     FrozenRowView* m_totalRow = nullptr;
     PortfolioTotalModel* m_totalModel = nullptr;
