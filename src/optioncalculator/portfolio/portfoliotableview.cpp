@@ -85,6 +85,11 @@ QAction* PortfolioTableView::action(const QByteArray& id) const
     return nullptr;
 }
 
+AccountSelectorBox* PortfolioTableView::accountSelector() const
+{
+    return m_accountSelector.data();
+}
+
 void PortfolioTableView::setModel(QAbstractItemModel* newModel)
 {
     if (newModel == model())
@@ -120,7 +125,8 @@ void PortfolioTableView::clearModelParts()
         setItemDelegate(new ItemDelegate(this));
         delete m_rowDelegate;
     }
-    m_toolBar->clear();
+    if (m_toolBar)
+        m_toolBar->clear();
     qDeleteAll(m_actions);
     m_actions.clear();
     // The separator, spacer and account selector; their actions own the widgets.
@@ -144,7 +150,7 @@ QAction* PortfolioTableView::addModelAction(const QByteArray& id, const QString&
     // Several calculators may share a window: a shortcut acts on the view in use.
     action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
     addAction(action);
-    if (onToolBar)
+    if (onToolBar && m_toolBar)
         m_toolBar->addAction(action);
     if (m_calcWidget && slot)
         connect(action, SIGNAL(triggered()), m_calcWidget, slot);
@@ -178,6 +184,8 @@ void PortfolioTableView::buildActions(bool modelPortfolio)
 
 void PortfolioTableView::buildAccountSelector()
 {
+    if (!m_toolBar)
+        return;
     auto* spacer = new QWidget(m_toolBar);
     spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     m_accountSelector = new AccountSelectorBox(m_toolBar);

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QPointer>
+#include <QToolBar>
 
 class AccountSelectorBox;
 class FrozenRowView;
@@ -12,7 +13,6 @@ class PortfolioModel;
 class PortfolioTotalModel;
 class QAction;
 class QMimeData;
-class QToolBar;
 class QUndoStack;
 class VirtualPortfolioModel;
 
@@ -36,11 +36,11 @@ public:
     QSize minimumSizeHint() const override;
 
     QObject* calcWidget() const { return m_calcWidget.data(); }
-    QToolBar* toolBar() const { return m_toolBar; }
+    QToolBar* toolBar() const { return m_toolBar.data(); }
     // The action of a command id ("OC.clear", ...); null when the model has none.
     QAction* action(const QByteArray& id) const;
     QList<QAction*> modelActions() const { return m_actions; }
-    AccountSelectorBox* accountSelector() const { return m_accountSelector; }
+    AccountSelectorBox* accountSelector() const;
     FrozenRowView* totalRow() const { return m_totalRow; }
     PortfolioTotalModel* totalModel() const { return m_totalModel; }
 
@@ -67,16 +67,17 @@ private:
     void addDroppedPositions(VirtualPortfolioModel* model, const QMimeData* mime);
 
     QPointer<QObject> m_calcWidget;
-    QToolBar* m_toolBar;
+    // The host takes the tool bar over and may destroy it first.
+    QPointer<QToolBar> m_toolBar;
     QList<QAction*> m_actions;
     // What the tool bar holds beside the actions.
-    QList<QAction*> m_toolBarParts;
+    QList<QPointer<QAction>> m_toolBarParts;
     QPointer<QUndoStack> m_undoStack;
     QList<QMetaObject::Connection> m_undoConnections;
     QList<QMetaObject::Connection> m_modelConnections;
     QList<int> m_editedColumns;
     QPointer<QAbstractItemDelegate> m_rowDelegate;
-    AccountSelectorBox* m_accountSelector = nullptr;
+    QPointer<AccountSelectorBox> m_accountSelector;
     FrozenRowView* m_totalRow = nullptr;
     PortfolioTotalModel* m_totalModel = nullptr;
 };
