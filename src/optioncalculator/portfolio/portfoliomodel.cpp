@@ -1,5 +1,6 @@
 #include "portfoliomodel.h"
 
+#include "portfoliocolumndelegates.h"
 #include "rowintervals.h"
 
 #include "marketdata/columncheck.h"
@@ -106,6 +107,7 @@ PortfolioModel::PortfolioModel(Table* table, OptCalcSecurityModel* securityModel
     m_securitiesColumns.lookUp(m_securitiesTable);
     // A terminal whose "securities" lacks a column read here must not run the calculator.
     CHECK_COLUMNS_FUNC(m_securitiesColumns.toVector());
+    PortfolioColumnDelegates::install(this);
 }
 
 PortfolioModel::~PortfolioModel() = default;

@@ -1,5 +1,7 @@
 #include "virtualportfoliomodel.h"
 
+#include "portfoliocolumndelegates.h"
+
 #include "marketdata/optcalcsecuritymodel.h"
 #include "marketdata/securitiesoptcalcdirectory.h"
 #include "marketdata/volatcoeffdirectory.h"
@@ -117,6 +119,7 @@ VirtualPortfolioModel::VirtualPortfolioModel(Table* table, OptCalcSecurityModel*
     m_modelColumns.mp = addColumn(m_columns.mp);
     m_modelColumns.miv_mp_flag = addColumn(m_columns.miv_mp_flag);
     m_modelColumns.flags = addColumn(m_columns.flags);
+    PortfolioColumnDelegates::install(this);
 
     m_mivScale = scaleOf(m_columns.miv);
     m_mpScale = scaleOf(m_columns.mp);
