@@ -2,6 +2,8 @@
 
 #include "database/table.h"
 
+#include <algorithm>
+
 OwnWrites::RowScope::RowScope(OwnWrites& writes, Table* table, const Record& row)
     : m_writes(writes), m_table(table), m_outerRow(writes.m_row),
       m_outerColumns(writes.m_rowColumns)
@@ -18,7 +20,7 @@ OwnWrites::RowScope::~RowScope()
     m_writes.m_rowColumns = m_outerColumns;
     if (columns == 0 || !m_table || !row.inTable())
         return;
-    m_writes.m_pending[row] |= columns;
+    m_writes.note(row, columns);
     int first = 0;
     while (!(columns & (1u << first)))
         ++first;
@@ -36,29 +38,66 @@ void OwnWrites::written(Table* table, const Record& row, int column)
         m_rowColumns |= bit(column);
         return;
     }
-    m_pending[row] |= bit(column);
+    note(row, bit(column));
     table->updated(row, column, column, -1);
+}
+
+std::vector<OwnWrites::Write>::iterator OwnWrites::find(std::vector<Write>& writes,
+                                                        const Record& row)
+{
+    Write key;
+    key.row = row;
+    const auto it = std::lower_bound(writes.begin(), writes.end(), key);
+    return it != writes.end() && it->row == row ? it : writes.end();
 }
 
 void OwnWrites::beginBatch(const QList<Record>& updated, const QList<Record>& removed)
 {
-    for (const Record& row : updated) {
-        const auto it = m_pending.constFind(row);
-        if (it != m_pending.cend()) {
-            m_batch.insert(row, *it);
-            m_pending.erase(it);
-        }
+    if (m_pending.empty())
+        return;
+    // One entry a row, its columns together.
+    std::stable_sort(m_pending.begin(), m_pending.end());
+    auto last = m_pending.begin();
+    for (auto it = m_pending.begin() + 1; it != m_pending.end(); ++it) {
+        if (it->row == last->row)
+            last->columns |= it->columns;
+        else
+            *++last = *it;
     }
-    for (const Record& row : removed)
-        m_pending.remove(row);
+    m_pending.erase(last + 1, m_pending.end());
+
+    const size_t earlier = m_batch.size();
+    for (const Record& row : updated) {
+        const auto it = find(m_pending, row);
+        if (it == m_pending.end() || it->taken)
+            continue;
+        it->taken = true;
+        const auto told = std::lower_bound(m_batch.begin(), m_batch.begin() + earlier, *it);
+        if (told != m_batch.begin() + earlier && told->row == row)
+            *told = {row, it->columns};
+        else
+            m_batch.push_back({row, it->columns});
+    }
+    for (const Record& row : removed) {
+        const auto it = find(m_pending, row);
+        if (it != m_pending.end())
+            it->taken = true;
+    }
+    m_pending.erase(
+        std::remove_if(m_pending.begin(), m_pending.end(), [](const Write& w) { return w.taken; }),
+        m_pending.end());
+    std::sort(m_batch.begin(), m_batch.end());
+    m_batchLeft = size_t(
+        std::count_if(m_batch.begin(), m_batch.end(), [](const Write& w) { return !w.taken; }));
 }
 
 bool OwnWrites::takeBatchColumns(const Record& row, quint32* columns)
 {
-    const auto it = m_batch.find(row);
-    if (it == m_batch.end())
+    const auto it = find(m_batch, row);
+    if (it == m_batch.end() || it->taken)
         return false;
-    *columns = *it;
-    m_batch.erase(it);
+    *columns = it->columns;
+    it->taken = true;
+    --m_batchLeft;
     return true;
 }

@@ -2,8 +2,9 @@
 
 #include "database/record.h"
 
-#include <QHash>
 #include <QList>
+
+#include <vector>
 
 class Table;
 
@@ -42,16 +43,35 @@ public:
     // The writes that a batch carries, taken before the batch is told; writes made while
     // it is told go out with the next one.
     void beginBatch(const QList<Record>& updated, const QList<Record>& removed);
-    void endBatch() { m_batch.clear(); }
-    bool batchHasWrites() const { return !m_batch.isEmpty(); }
+    void endBatch()
+    {
+        m_batch.clear();
+        m_batchLeft = 0;
+    }
+    bool batchHasWrites() const { return m_batchLeft > 0; }
     // Takes the columns written in a row of the told batch; false if the row has none.
     bool takeBatchColumns(const Record& row, quint32* columns);
 
     static quint32 bit(int column) { return column >= 0 && column < 32 ? 1u << column : 0u; }
 
 private:
-    QHash<Record, quint32> m_pending;
-    QHash<Record, quint32> m_batch;
+    struct Write
+    {
+        Record row;
+        quint32 columns = 0;
+        bool taken = false;
+
+        bool operator<(const Write& other) const { return row < other.row; }
+    };
+    // A whole batch of rows is noted and then looked up once each: sorted vectors cost a
+    // fraction of a hash's allocations. The pending writes stand in the order they were
+    // made, a row possibly more than once; the batch's are sorted by row.
+    static std::vector<Write>::iterator find(std::vector<Write>& writes, const Record& row);
+    void note(const Record& row, quint32 columns) { m_pending.push_back({row, columns}); }
+
+    std::vector<Write> m_pending;
+    std::vector<Write> m_batch;
+    size_t m_batchLeft = 0; // entries of the batch not yet taken
     Record m_row;
     quint32 m_rowColumns = 0;
 };
