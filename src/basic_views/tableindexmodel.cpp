@@ -397,7 +397,7 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
     // 2. What becomes of each.
     std::vector<int> leaving;
     std::vector<Located> displaced;
-    std::vector<Record> changed;
+    std::vector<Located> changed;
     std::vector<const unsigned char*> present;
     present.reserve(found.size());
     for (const Located& l : found) {
@@ -406,7 +406,7 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
             leaving.push_back(l.position);
             continue;
         }
-        changed.push_back(l.record);
+        changed.push_back(l);
         if (orderMoved)
             displaced.push_back(l);
     }
@@ -420,7 +420,11 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
         if (!r.isNull() && r.table() == t && filter(r))
             entering.push_back(r);
 
-    // 3. Removals, then the rows whose place changed, then the new rows.
+    // 3. Removals, then the rows whose place changed, then the new rows. Without any of
+    // them the rows that changed in place keep the positions found above.
+    if (!leaving.empty() || !displaced.empty() || !entering.empty())
+        for (Located& l : changed)
+            l.position = -1;
     std::sort(leaving.begin(), leaving.end());
     leaving.erase(std::unique(leaving.begin(), leaving.end()), leaving.end());
     if (!displaced.empty() && !leaving.empty())
@@ -578,7 +582,7 @@ void TableIndexModel::insertRecords(std::vector<Record>& records)
     }
 }
 
-void TableIndexModel::emitChanged(const std::vector<Record>& changed, int firstColumn,
+void TableIndexModel::emitChanged(const std::vector<Located>& changed, int firstColumn,
                                   int lastColumn)
 {
     int left = -1, right = -1;
@@ -587,13 +591,17 @@ void TableIndexModel::emitChanged(const std::vector<Record>& changed, int firstC
     std::vector<int> rows;
     rows.reserve(changed.size());
     std::vector<Located> unresolved;
-    for (const Record& r : changed) {
+    for (const Located& l : changed) {
+        if (l.position >= 0) {
+            rows.push_back(l.position);
+            continue;
+        }
         bool found = false;
-        const int pos = sortedPosition(r, &found);
+        const int pos = sortedPosition(l.record, &found);
         if (found)
             rows.push_back(pos);
         else
-            unresolved.push_back({r, -1, false});
+            unresolved.push_back({l.record, -1, false});
     }
     // Only an order that reads data outside the rows can leave a row out of place.
     std::vector<Located> scanned;

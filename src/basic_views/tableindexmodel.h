@@ -77,7 +77,8 @@ private:
     void moveRows(std::vector<Located>& displaced);
     void relayoutRows(const std::vector<Located>& displaced);
     void insertRecords(std::vector<Record>& records);
-    void emitChanged(const std::vector<Record>& changed, int firstColumn, int lastColumn);
+    // The rows of changed with a position of -1 are looked up.
+    void emitChanged(const std::vector<Located>& changed, int firstColumn, int lastColumn);
     void changePersistentRows(const std::vector<int>& newRow);
     void dropPrepared();
 
