@@ -124,6 +124,8 @@ VirtualPortfolioModel::VirtualPortfolioModel(Table* table, OptCalcSecurityModel*
     m_mivScale = scaleOf(m_columns.miv);
     m_mpScale = scaleOf(m_columns.mp);
     m_mivUnit = std::pow(10.0, -m_mivScale);
+    m_mivAccuracy = std::pow(10.0, -m_mivScale - 1);
+    m_mpAccuracy = std::pow(10.0, -m_mpScale - 1);
 
     connect(ConnectionsManager::instance(), SIGNAL(serverTimeChanged(int, datetime)), this,
             SLOT(onServerTimeChanged(int, datetime)));
@@ -312,6 +314,7 @@ void VirtualPortfolioModel::valueRows(const QModelIndex& topLeft, const QModelIn
         return;
     const int first = std::max(0, topLeft.row());
     const int last = std::min(bottomRight.row(), count() - 1);
+    const Pass pass(*this);
     // The rows' writes go out as one batch, which the table's models take at once; until
     // then no row moves, so the row numbers hold.
     TableUpdater update(table());
@@ -323,6 +326,34 @@ void VirtualPortfolioModel::valueRows(const QModelIndex& topLeft, const QModelIn
         if (trigger.any())
             valueRecord(row, record, trigger);
     }
+}
+
+VirtualPortfolioModel::Pass::Pass(VirtualPortfolioModel& model) : m_model(model)
+{
+    ++m_model.m_passDepth;
+}
+
+VirtualPortfolioModel::Pass::~Pass()
+{
+    if (--m_model.m_passDepth == 0)
+        m_model.m_passBases.clear();
+}
+
+Record VirtualPortfolioModel::passBaseOf(const Record& security) const
+{
+    const SecuritiesColumns& s = m_securitiesColumns;
+    if (m_passDepth == 0 || security.isNull() || security.table() != m_securitiesTable ||
+        s.main_sec_id < 0 || security.data(s.sectype).toChar() == QLatin1Char('F'))
+        return baseOf(security);
+    const qint64 secId = security.data(s.main_sec_id).toInteger64();
+    for (const auto& known : m_passBases)
+        if (known.first == secId)
+            return known.second;
+    const Record base = baseOf(security);
+    // A portfolio's options rest on a few futures; past that many the look-up is cheaper.
+    if (m_passBases.size() < 16)
+        m_passBases.emplace_back(secId, base);
+    return base;
 }
 
 VirtualPortfolioModel::RowSecurity VirtualPortfolioModel::rowSecurity(const Record& record) const
@@ -432,12 +463,10 @@ void VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
                 newMp = price;
                 writeMp = true;
             } else {
-                // A tenth of the last digit that each column keeps.
-                const double accV = std::pow(10.0, -m_mivScale - 1);
-                const double accP = std::pow(10.0, -m_mpScale - 1);
+                const double accV = m_mivAccuracy;
                 double volatility =
                     volatByTheorPrice(in, isPut, price, market.data(c.volat).toDouble(),
-                                      band.low - accV, band.high + accV, accP, accV);
+                                      band.low - accV, band.high + accV, m_mpAccuracy, accV);
                 if (!band.contains(volatility)) {
                     // Out of reach: the nearer bound, the lower one only when strictly so.
                     VolatOutputParams atLow, atHigh;
@@ -549,7 +578,7 @@ bool VirtualPortfolioModel::fillVolatInputParams(const Record& row, VolatInputPa
 bool VirtualPortfolioModel::fillInputs(const Record& row, const OptCalcRecord& security,
                                        const Record& option, VolatInputParams& params) const
 {
-    const Record base = baseOf(option);
+    const Record base = passBaseOf(option);
     if (base.isNull() || security.isNull())
         return false;
     decimal price = base.data(m_securitiesColumns.cur_kotir).toDecimal();

@@ -16,6 +16,8 @@
 #include <QString>
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 class QMimeData;
 class QUndoCommand;
@@ -193,6 +195,22 @@ private:
     void loadRow(const Settings& settings, int number, RecordsTrans& transaction);
     void saveRow(Settings& settings, const Record& record) const;
 
+    // One pass of valuation over the rows. The securities do not change while it runs, so
+    // the base future of an option series is looked up once a pass.
+    class Pass
+    {
+    public:
+        explicit Pass(VirtualPortfolioModel& model);
+        ~Pass();
+        Pass(const Pass&) = delete;
+        Pass& operator=(const Pass&) = delete;
+
+    private:
+        VirtualPortfolioModel& m_model;
+    };
+    // baseOf(), remembered for the pass that runs.
+    Record passBaseOf(const Record& security) const;
+
     Trigger triggerOfColumns(int left, int right) const;
     Trigger triggerOfWrites(quint32 columns) const;
     RowSecurity rowSecurity(const Record& record) const;
@@ -227,9 +245,15 @@ private:
         VolatInputParams coefficients;
     };
     mutable QHash<int, Smile> m_smiles;
+    int m_passDepth = 0;
+    // The base futures found in the pass that runs, by the sec_id an option names.
+    mutable std::vector<std::pair<qint64, Record>> m_passBases;
     short m_mivScale = 0;
     short m_mpScale = 0;
     double m_mivUnit = 1.0; // one unit of miv's last digit
+    // What the volatility search must hit: a tenth of the last digit of miv and of mp.
+    double m_mivAccuracy = 0.1;
+    double m_mpAccuracy = 0.1;
 
     std::unique_ptr<QUndoStack> m_undoStack;
 };
