@@ -35,6 +35,8 @@ public:
     // The instrument with that key; the null security when there is none. The reference
     // stays valid until the directory next changes.
     const OptCalcSecurity& find(int stockId, long long secId) const;
+    // What a failed look-up gives: a null record over a block of -1s.
+    const OptCalcSecurity& nullSecurity() const { return m_nullSecurity; }
     const OptCalcColumns& columns() const { return m_columns; }
     // The instruments in the order of their keys.
     int count() const { return int(m_keys.size()); }

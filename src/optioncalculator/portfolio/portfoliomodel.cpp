@@ -349,7 +349,7 @@ Record PortfolioModel::securityRecord(const Record& row) const
 OptCalcRecord PortfolioModel::optCalcRecord(const Record& row) const
 {
     if (!isOwnRow(row))
-        return m_optCalcDirectory->find(0, 0);
+        return m_optCalcDirectory->nullSecurity();
     return m_optCalcDirectory->find(row.data(m_columns.stock_id).toInteger(),
                                     row.data(m_columns.sec_id).toInteger64());
 }
