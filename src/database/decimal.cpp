@@ -4,6 +4,7 @@
 #include <QLocale>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 namespace {
@@ -31,6 +32,20 @@ static_assert(Pow10[decimal::MaxScale] == 1000000000000000000LL, "10^18 is the f
 constexpr qint64 MaxAbsInteger = 9999999999999998LL;
 
 // A raw value read from storage may carry any scale bits; computations never index past 18.
+// The distance from a finite non-negative double to the next one up.
+double ulpOf(double x)
+{
+    quint64 bits;
+    std::memcpy(&bits, &x, sizeof bits);
+    const int exponent = int(bits >> 52) & 0x7ff;
+    if (exponent <= 52) // the next double up is a subnormal step away, or the step is one
+        return std::nextafter(x, std::numeric_limits<double>::infinity()) - x;
+    const quint64 ulpBits = quint64(exponent - 52) << 52;
+    double ulp;
+    std::memcpy(&ulp, &ulpBits, sizeof ulp);
+    return ulp;
+}
+
 int usableScale(const decimal& d)
 {
     const int s = d.scale();
@@ -272,8 +287,7 @@ decimal decimal::fromDouble(double value, short scale)
     // fraction that close below one half was meant as one half.
     double whole = std::floor(scaled);
     const double fraction = scaled - whole;
-    const double ulp = std::nextafter(scaled, std::numeric_limits<double>::infinity()) - scaled;
-    if (fraction > 0 && fraction >= 0.5 - 3 * ulp)
+    if (fraction > 0 && fraction >= 0.5 - 3 * ulpOf(scaled))
         whole += 1;
     const qint64 mantissa = qint64(whole);
     return fitted(value < 0 ? -mantissa : mantissa, s);

@@ -30,9 +30,8 @@ Record MasterIndex::findByKey(const Record& key) const
 {
     if (key.isNull())
         return Record();
-    const Record cached = cachedRow(key);
-    if (!cached.isNull())
-        return cached;
+    if (const Record* cached = cachedRow(key))
+        return *cached;
     const int pos = search(key, -1);
     if (pos < 0)
         return Record();
@@ -51,10 +50,10 @@ uint MasterIndex::hashOf(const Record& row) const
     return h;
 }
 
-Record MasterIndex::cachedRow(const Record& key) const
+const Record* MasterIndex::cachedRow(const Record& key) const
 {
     if (!m_keyHash || m_lookup.empty() || key.table() != table() || !isTableKey())
-        return Record();
+        return nullptr;
     const uint h = hashOf(key);
     const LookupSet& set = m_lookup[h & uint(m_lookup.size() - 1)];
     for (int way = 0; way < LookupSet::Ways; ++way) {
@@ -62,9 +61,9 @@ Record MasterIndex::cachedRow(const Record& key) const
             continue;
         const Record& row = set.rows[way];
         if (!row.isNull() && row.inTable() && compare(row, key) == 0)
-            return row;
+            return &row;
     }
-    return Record();
+    return nullptr;
 }
 
 void MasterIndex::cacheRow(const Record& key, const Record& row) const

@@ -43,14 +43,16 @@ private:
     // misses, and the cache never needs to follow the list. Four ways keep keys that share
     // a set from pushing each other out. Filled by look-ups, so not for concurrent use,
     // like the table itself.
-    struct LookupSet
+    // One cache line a set: a look-up touches one line before the row.
+    struct alignas(64) LookupSet
     {
         static constexpr int Ways = 4;
         uint hashes[Ways] = {};
         Record rows[Ways];
     };
     uint hashOf(const Record& row) const;
-    Record cachedRow(const Record& key) const;
+    // The cached row of the key, or null; a pointer, so that a hit costs no count.
+    const Record* cachedRow(const Record& key) const;
     void cacheRow(const Record& key, const Record& row) const;
     void forgetRow(const Record& row);
     KeyHash m_keyHash = nullptr;

@@ -103,6 +103,17 @@ int Table::addColumn(const QString& name, FieldType::Type type, int length, bool
     // The null bytes follow the columns, so that the offsets of columns never move.
     m_nullOffset = m_columnsEnd;
     m_rowSize = alignUp(m_nullOffset + (m_columns.size() + 7) / 8, 8);
+    m_slots.clear();
+    for (const TableColumnDef& c : qAsConst(m_columns)) {
+        ColumnSlot slot;
+        slot.offset = c.dataOffset;
+        slot.length = c.length;
+        slot.nullByte = m_nullOffset + (c.column >> 3);
+        slot.nullMask = quint8(1u << (c.column & 7));
+        slot.type = quint8(c.type);
+        slot.nullable = c.nullable;
+        m_slots.push_back(slot);
+    }
     return def.column;
 }
 
@@ -196,16 +207,6 @@ QList<TableColumnDef*> Table::fieldDefs() const
 int Table::rowCount() const
 {
     return m_master ? m_master->count() : 0;
-}
-
-Field Table::dataPtr(unsigned char* row, int column) const
-{
-    if (!row || column < 0 || column >= m_columns.size())
-        return Field();
-    const TableColumnDef& def = m_columns.at(column);
-    unsigned char* area = row + sizeof(RowHeader);
-    return Field(area + def.dataOffset, area + m_nullOffset + (column >> 3),
-                 quint8(1u << (column & 7)), def.type, def.length, def.nullable);
 }
 
 void Table::lock()
