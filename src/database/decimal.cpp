@@ -152,13 +152,6 @@ void decimal::setScale(short scale)
     m_raw = fitted(rescaled(value(), usableScale(*this), target), target).m_raw;
 }
 
-double decimal::toDouble() const
-{
-    // Powers of ten up to 1e22 are exact doubles, so this is correctly rounded for
-    // mantissas below 2^53.
-    return double(value()) / double(Pow10[usableScale(*this)]);
-}
-
 int decimal::compare(const decimal& other) const
 {
     const int sa = usableScale(*this);

@@ -37,7 +37,15 @@ public:
     void setScale(short scale);
     short scale() const { return short(m_raw & ScaleMask); }
     long long value() const { return m_raw >> ScaleBits; }
-    double toDouble() const;
+    // Correctly rounded for mantissas below 2^53: the powers of ten up to 1e22 are exact.
+    double toDouble() const
+    {
+        static constexpr double Powers[MaxScale + 1] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
+                                                        1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,
+                                                        1e14, 1e15, 1e16, 1e17, 1e18};
+        const int s = scale();
+        return double(value()) / Powers[s > MaxScale ? MaxScale : s];
+    }
 
     int compare(const decimal& other) const;
     bool negative() const { return m_raw < 0; }
