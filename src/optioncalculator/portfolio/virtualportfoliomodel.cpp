@@ -318,14 +318,27 @@ void VirtualPortfolioModel::valueRows(const QModelIndex& topLeft, const QModelIn
     // The rows' writes go out as one batch, which the table's models take at once; until
     // then no row moves, so the row numbers hold.
     TableUpdater update(table());
+    // The views get the same Greek cells as from one notice a row, one notice a pass.
+    int greeksFirst = -1, greeksLast = -1;
     for (int row = first; row <= last; ++row) {
         const Record record = at(row);
         quint32 written = 0;
         const Trigger trigger =
             m_ownWrites.takeBatchColumns(record, &written) ? triggerOfWrites(written) : ofRange;
-        if (trigger.any())
-            valueRecord(row, record, trigger);
+        if (trigger.any() && valueRecord(row, record, trigger)) {
+            if (greeksFirst < 0)
+                greeksFirst = row;
+            greeksLast = row;
+        }
     }
+    if (greeksFirst >= 0)
+        emitGreeksChanged(greeksFirst, greeksLast);
+}
+
+void VirtualPortfolioModel::emitGreeksChanged(int first, int last)
+{
+    emit dataChanged(index(first, m_modelColumns.delta), index(last, m_modelColumns.theta),
+                     QVector<int>());
 }
 
 VirtualPortfolioModel::Pass::Pass(VirtualPortfolioModel& model) : m_model(model)
@@ -373,37 +386,39 @@ VirtualPortfolioModel::RowSecurity VirtualPortfolioModel::rowSecurity(const Reco
     return s;
 }
 
-void VirtualPortfolioModel::valueRecord(int row, const Record& record, const Trigger& trigger)
+bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Trigger& trigger)
 {
     if (record.isNull() || !record.inTable() || record.table() != table())
-        return;
+        return false;
     const int before = record.data(m_columns.miv_mp_flag).toInteger();
     // A change of how the row is valued, or of the value that is fixed.
     const bool direct =
         trigger.flag || (trigger.mp && (before & MpFixed)) || (trigger.miv && (before & MivFixed));
     const bool option = sectypeOf(record).toChar() == QLatin1Char('O');
     if (!direct && !(option ? trigger.optionMarket : trigger.futureMarket))
-        return;
+        return false;
     const RowSecurity security = rowSecurity(record);
     if (!security.exists)
-        return;
+        return false;
+    bool greeks = false;
     {
         // The row's writes are told to the table once, over the columns written.
         const OwnWrites::RowScope writes(m_ownWrites, table(), record);
         if (option)
-            valueOption(row, record, security);
+            greeks = valueOption(row, record, security);
         else
             valueFuture(row, record, security);
     }
     if (record.data(m_columns.miv_mp_flag).toInteger() != before)
         emitRowUpdated(row);
+    return greeks;
 }
 
 void VirtualPortfolioModel::valueOptionRow(int row)
 {
     const Record record = at(row);
-    if (isOwnRow(record))
-        valueOption(row, record, rowSecurity(record));
+    if (isOwnRow(record) && valueOption(row, record, rowSecurity(record)))
+        emitGreeksChanged(row, row);
 }
 
 void VirtualPortfolioModel::valueFutureRow(int row)
@@ -413,10 +428,10 @@ void VirtualPortfolioModel::valueFutureRow(int row)
         valueFuture(row, record, rowSecurity(record));
 }
 
-void VirtualPortfolioModel::valueOption(int row, const Record& record, const RowSecurity& security)
+bool VirtualPortfolioModel::valueOption(int row, const Record& record, const RowSecurity& security)
 {
     if (security.market.isNull())
-        return;
+        return false;
     const OptCalcColumns& c = *security.market.columns;
     const Record& market = security.market.record;
     const VolatBand band = volatBand(security.security);
@@ -428,11 +443,11 @@ void VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
         // market's Greeks.
         writeDecimalIfChanged(record, m_columns.miv, market.data(c.volat).toDecimal());
         writeDecimalIfChanged(record, m_columns.mp, market.data(c.theor_price).toDecimal());
-        return;
+        return false;
     }
     VolatInputParams in;
     if (!fillInputs(record, security.market, security.security, in))
-        return;
+        return false;
     const bool isPut = market.data(c.option_type).toChar() == QLatin1Char('P');
     VolatOutputParams out;
     bool haveParams = false;
@@ -497,8 +512,6 @@ void VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
     writeDoubleIfChanged(record, m_columns.gamma, out.gamma);
     writeDoubleIfChanged(record, m_columns.vega, out.vega);
     writeDoubleIfChanged(record, m_columns.theta, out.theta);
-    emit dataChanged(index(row, m_modelColumns.delta), index(row, m_modelColumns.theta),
-                     QVector<int>());
 
     if ((flag & ModelValuesInUse) && !(flag & (MivFixed | MpFixed))) {
         // Switched on with nothing chosen: the market volatility becomes the fixed one.
@@ -514,6 +527,7 @@ void VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
         if (!(flag & MpFixed))
             clearField(record, m_columns.mp);
     }
+    return true;
 }
 
 void VirtualPortfolioModel::valueFuture(int row, const Record& record, const RowSecurity& security)

@@ -214,8 +214,10 @@ private:
     Trigger triggerOfColumns(int left, int right) const;
     Trigger triggerOfWrites(quint32 columns) const;
     RowSecurity rowSecurity(const Record& record) const;
-    void valueRecord(int row, const Record& record, const Trigger& trigger);
-    void valueOption(int row, const Record& record, const RowSecurity& security);
+    // True when the row's Greeks were valued; the caller tells the views.
+    bool valueRecord(int row, const Record& record, const Trigger& trigger);
+    bool valueOption(int row, const Record& record, const RowSecurity& security);
+    void emitGreeksChanged(int first, int last);
     void valueFuture(int row, const Record& record, const RowSecurity& security);
     // The valuation's clock: the security model's fixed "now" while it is in use.
     datetime now() const;
