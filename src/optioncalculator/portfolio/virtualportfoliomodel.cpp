@@ -121,6 +121,10 @@ VirtualPortfolioModel::VirtualPortfolioModel(Table* table, OptCalcSecurityModel*
     m_modelColumns.flags = addColumn(m_columns.flags);
     PortfolioColumnDelegates::install(this);
 
+    // Each Greek written looks its scale up; the columns never change.
+    if (table)
+        for (int column = 0; column < table->columnCount(); ++column)
+            m_scales.append(short(table->columnDef(column).length));
     m_mivScale = scaleOf(m_columns.miv);
     m_mpScale = scaleOf(m_columns.mp);
     m_mivUnit = std::pow(10.0, -m_mivScale);
@@ -203,8 +207,7 @@ bool VirtualPortfolioModel::writeDoubleIfChanged(const Record& record, int colum
 
 short VirtualPortfolioModel::scaleOf(int column) const
 {
-    const Table* t = table();
-    return t ? short(t->columnDef(column).length) : 0;
+    return m_scales.value(column, 0);
 }
 
 bool VirtualPortfolioModel::writeInt64IfChanged(const Record& record, int column, qint64 value)

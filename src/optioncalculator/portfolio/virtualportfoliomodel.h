@@ -14,6 +14,7 @@
 #include <QHash>
 #include <QList>
 #include <QString>
+#include <QVector>
 
 #include <memory>
 #include <utility>
@@ -250,6 +251,7 @@ private:
     int m_passDepth = 0;
     // The base futures found in the pass that runs, by the sec_id an option names.
     mutable std::vector<std::pair<qint64, Record>> m_passBases;
+    QVector<short> m_scales; // by column of the table
     short m_mivScale = 0;
     short m_mpScale = 0;
     double m_mivUnit = 1.0; // one unit of miv's last digit
