@@ -372,19 +372,21 @@ Record VirtualPortfolioModel::passBaseOf(const Record& security) const
     return base;
 }
 
-VirtualPortfolioModel::RowSecurity VirtualPortfolioModel::rowSecurity(const Record& record) const
+VirtualPortfolioModel::RowSecurity VirtualPortfolioModel::rowSecurity(int row,
+                                                                      const Record& record) const
 {
     RowSecurity s;
+    if (const FoundSecurity* found = foundSecurity(row, record)) {
+        s.market = found->market;
+        s.security = found->security;
+        s.exists = found->stock == 1 || securityExists(record);
+        return s;
+    }
     const int stock = record.data(m_columns.stock_id).toInteger();
     const int board = record.data(m_columns.board_id).toInteger();
     const qint64 secId = record.data(m_columns.sec_id).toInteger64();
     s.market = m_optCalcDirectory->find(stock, secId);
-    // The directory's row is the terminal's row of the same key, when the board agrees.
-    const Record& known = s.market.record;
-    s.security = !known.isNull() && known.inTable() &&
-                         known.data(m_securitiesColumns.board_id).toInteger() == board
-                     ? known
-                     : m_securityDirectory->recordById(stock, board, secId);
+    s.security = securityOfEntry(s.market, stock, board, secId);
     s.exists = stock == 1 ? !s.security.isNull() : securityExists(record);
     return s;
 }
@@ -400,7 +402,7 @@ bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Tri
     const bool option = sectypeOf(record).toChar() == QLatin1Char('O');
     if (!direct && !(option ? trigger.optionMarket : trigger.futureMarket))
         return false;
-    const RowSecurity security = rowSecurity(record);
+    const RowSecurity security = rowSecurity(row, record);
     if (!security.exists)
         return false;
     bool greeks = false;
@@ -420,7 +422,7 @@ bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Tri
 void VirtualPortfolioModel::valueOptionRow(int row)
 {
     const Record record = at(row);
-    if (isOwnRow(record) && valueOption(row, record, rowSecurity(record)))
+    if (isOwnRow(record) && valueOption(row, record, rowSecurity(row, record)))
         emitGreeksChanged(row, row);
 }
 
@@ -428,7 +430,7 @@ void VirtualPortfolioModel::valueFutureRow(int row)
 {
     const Record record = at(row);
     if (isOwnRow(record))
-        valueFuture(row, record, rowSecurity(record));
+        valueFuture(row, record, rowSecurity(row, record));
 }
 
 bool VirtualPortfolioModel::valueOption(int row, const Record& record, const RowSecurity& security)

@@ -214,7 +214,8 @@ private:
 
     Trigger triggerOfColumns(int left, int right) const;
     Trigger triggerOfWrites(quint32 columns) const;
-    RowSecurity rowSecurity(const Record& record) const;
+    // The row's securities; those securitiesChanged() found when it is the one telling.
+    RowSecurity rowSecurity(int row, const Record& record) const;
     // True when the row's Greeks were valued; the caller tells the views.
     bool valueRecord(int row, const Record& record, const Trigger& trigger);
     bool valueOption(int row, const Record& record, const RowSecurity& security);
