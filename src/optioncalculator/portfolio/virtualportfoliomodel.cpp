@@ -205,11 +205,6 @@ bool VirtualPortfolioModel::writeDoubleIfChanged(const Record& record, int colum
     return writeDecimalIfChanged(record, column, decimal::fromDouble(value, scaleOf(column)));
 }
 
-short VirtualPortfolioModel::scaleOf(int column) const
-{
-    return m_scales.value(column, 0);
-}
-
 bool VirtualPortfolioModel::writeInt64IfChanged(const Record& record, int column, qint64 value)
 {
     Field field = record.data(column);
@@ -355,21 +350,40 @@ VirtualPortfolioModel::Pass::~Pass()
         m_model.m_passBases.clear();
 }
 
-Record VirtualPortfolioModel::passBaseOf(const Record& security) const
+bool VirtualPortfolioModel::basePriceOf(const Record& base, double* price) const
+{
+    if (base.isNull())
+        return false;
+    decimal quote = base.data(m_securitiesColumns.cur_kotir).toDecimal();
+    if (quote.value() == 0)
+        quote = base.data(m_securitiesColumns.old_kotir).toDecimal();
+    if (quote.value() == 0)
+        return false;
+    *price = quote.toDouble();
+    return true;
+}
+
+bool VirtualPortfolioModel::passBasePrice(const Record& security, double* price) const
 {
     const SecuritiesColumns& s = m_securitiesColumns;
     if (m_passDepth == 0 || security.isNull() || security.table() != m_securitiesTable ||
         s.main_sec_id < 0 || security.data(s.sectype).toChar() == QLatin1Char('F'))
-        return baseOf(security);
+        return basePriceOf(baseOf(security), price);
     const qint64 secId = security.data(s.main_sec_id).toInteger64();
-    for (const auto& known : m_passBases)
-        if (known.first == secId)
-            return known.second;
-    const Record base = baseOf(security);
+    for (const PassBase& known : m_passBases) {
+        if (known.secId == secId) {
+            *price = known.price;
+            return known.priced;
+        }
+    }
+    PassBase known;
+    known.secId = secId;
+    known.priced = basePriceOf(baseOf(security), &known.price);
     // A portfolio's options rest on a few futures; past that many the look-up is cheaper.
     if (m_passBases.size() < 16)
-        m_passBases.emplace_back(secId, base);
-    return base;
+        m_passBases.push_back(known);
+    *price = known.price;
+    return known.priced;
 }
 
 VirtualPortfolioModel::RowSecurity VirtualPortfolioModel::rowSecurity(int row,
@@ -597,19 +611,14 @@ bool VirtualPortfolioModel::fillVolatInputParams(const Record& row, VolatInputPa
 bool VirtualPortfolioModel::fillInputs(const Record& row, const OptCalcRecord& security,
                                        const Record& option, VolatInputParams& params) const
 {
-    const Record base = passBaseOf(option);
-    if (base.isNull() || security.isNull())
-        return false;
-    decimal price = base.data(m_securitiesColumns.cur_kotir).toDecimal();
-    if (price.value() == 0)
-        price = base.data(m_securitiesColumns.old_kotir).toDecimal();
-    if (price.value() == 0)
+    double basePrice = 0.0;
+    if (!passBasePrice(option, &basePrice) || security.isNull())
         return false;
     const OptCalcColumns& c = *security.columns;
     const Record& market = security.record;
     // Without a row of coefficients the defaults, a flat smile, stay in force.
     smileOf(market.data(c.base_isin_id).toInteger(), params);
-    params.basePrice = price.toDouble();
+    params.basePrice = basePrice;
     params.volatLow = market.data(c.volat_min).toDouble();
     params.volatHigh = market.data(c.volat_max).toDouble();
     params.strike = market.data(c.strike).toDouble();
