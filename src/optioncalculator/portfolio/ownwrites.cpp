@@ -3,20 +3,22 @@
 #include "database/table.h"
 
 #include <algorithm>
+#include <utility>
 
 OwnWrites::RowScope::RowScope(OwnWrites& writes, Table* table, const Record& row)
-    : m_writes(writes), m_table(table), m_outerRow(writes.m_row),
+    : m_writes(writes), m_table(table), m_outerRow(std::move(writes.m_row)),
       m_outerColumns(writes.m_rowColumns)
 {
+    // The handles move rather than copy: a valuation opens a scope for every row.
     m_writes.m_row = row;
     m_writes.m_rowColumns = 0;
 }
 
 OwnWrites::RowScope::~RowScope()
 {
-    const Record row = m_writes.m_row;
+    const Record row = std::move(m_writes.m_row);
     const quint32 columns = m_writes.m_rowColumns;
-    m_writes.m_row = m_outerRow;
+    m_writes.m_row = std::move(m_outerRow);
     m_writes.m_rowColumns = m_outerColumns;
     if (columns == 0 || !m_table || !row.inTable())
         return;
@@ -69,8 +71,8 @@ void OwnWrites::beginBatch(const QList<Record>& updated, const QList<Record>& re
     for (auto it = m_pending.begin() + 1; it != m_pending.end(); ++it) {
         if (it->row == last->row)
             last->columns |= it->columns;
-        else
-            *++last = *it;
+        else if (++last != it)
+            *last = std::move(*it);
     }
     m_pending.erase(last + 1, m_pending.end());
 

@@ -413,6 +413,9 @@ bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Tri
     // A change of how the row is valued, or of the value that is fixed.
     const bool direct =
         trigger.flag || (trigger.mp && (before & MpFixed)) || (trigger.miv && (before & MivFixed));
+    // The valuation's own writes name no market column: such a row is passed over at once.
+    if (!direct && !trigger.optionMarket && !trigger.futureMarket)
+        return false;
     const bool option = sectypeOf(record).toChar() == QLatin1Char('O');
     if (!direct && !(option ? trigger.optionMarket : trigger.futureMarket))
         return false;
