@@ -409,7 +409,7 @@ bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Tri
 {
     if (record.isNull() || !record.inTable() || record.table() != table())
         return false;
-    const int before = record.data(m_columns.miv_mp_flag).toInteger();
+    const int before = flagOf(record);
     // A change of how the row is valued, or of the value that is fixed.
     const bool direct =
         trigger.flag || (trigger.mp && (before & MpFixed)) || (trigger.miv && (before & MivFixed));
@@ -427,11 +427,11 @@ bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Tri
         // The row's writes are told to the table once, over the columns written.
         const OwnWrites::RowScope writes(m_ownWrites, table(), record);
         if (option)
-            greeks = valueOption(row, record, security);
+            greeks = valueOption(row, record, security, before);
         else
-            valueFuture(row, record, security);
+            valueFuture(row, record, security, before);
     }
-    if (record.data(m_columns.miv_mp_flag).toInteger() != before)
+    if (flagOf(record) != before)
         emitRowUpdated(row);
     return greeks;
 }
@@ -439,7 +439,7 @@ bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Tri
 void VirtualPortfolioModel::valueOptionRow(int row)
 {
     const Record record = at(row);
-    if (isOwnRow(record) && valueOption(row, record, rowSecurity(row, record)))
+    if (isOwnRow(record) && valueOption(row, record, rowSecurity(row, record), flagOf(record)))
         emitGreeksChanged(row, row);
 }
 
@@ -447,17 +447,16 @@ void VirtualPortfolioModel::valueFutureRow(int row)
 {
     const Record record = at(row);
     if (isOwnRow(record))
-        valueFuture(row, record, rowSecurity(row, record));
+        valueFuture(row, record, rowSecurity(row, record), flagOf(record));
 }
 
-bool VirtualPortfolioModel::valueOption(int row, const Record& record, const RowSecurity& security)
+bool VirtualPortfolioModel::valueOption(int row, const Record& record, const RowSecurity& security,
+                                        int flag)
 {
     if (security.market.isNull())
         return false;
     const OptCalcColumns& c = *security.market.columns;
     const Record& market = security.market.record;
-    const VolatBand band = volatBand(security.security);
-    const int flag = record.data(m_columns.miv_mp_flag).toInteger();
     TableUpdater update(table());
 
     if (flag == 0) {
@@ -470,6 +469,12 @@ bool VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
     VolatInputParams in;
     if (!fillInputs(record, security.market, security.security, in))
         return false;
+    // Most often the directory's row is the security's own: the limits read for the pricing
+    // make the band.
+    const VolatBand band = security.security == market && market.table() == m_securitiesTable &&
+                                   market.data(c.sectype).toChar() == QLatin1Char('O')
+                               ? bandOfLimits(in.volatLow, in.volatHigh)
+                               : volatBand(security.security);
     const bool isPut = market.data(c.option_type).toChar() == QLatin1Char('P');
     VolatOutputParams out;
     bool haveParams = false;
@@ -552,13 +557,13 @@ bool VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
     return true;
 }
 
-void VirtualPortfolioModel::valueFuture(int row, const Record& record, const RowSecurity& security)
+void VirtualPortfolioModel::valueFuture(int row, const Record& record, const RowSecurity& security,
+                                        int flag)
 {
     if (security.market.isNull())
         return;
     const OptCalcColumns& c = *security.market.columns;
     const Record& market = security.market.record;
-    const int flag = record.data(m_columns.miv_mp_flag).toInteger();
     TableUpdater update(table());
 
     if (flag == 0) {
@@ -586,12 +591,16 @@ void VirtualPortfolioModel::valueFuture(int row, const Record& record, const Row
 
 VolatBand VirtualPortfolioModel::volatBand(const Record& security) const
 {
-    VolatBand band{VolatMinDefault, VolatMaxDefault};
     if (security.isNull() || security.table() != m_securitiesTable ||
         security.data(m_securitiesColumns.sectype).toChar() != QLatin1Char('O'))
-        return band;
-    double low = security.data(m_securitiesColumns.volat_min).toDouble();
-    double high = security.data(m_securitiesColumns.volat_max).toDouble();
+        return VolatBand{VolatMinDefault, VolatMaxDefault};
+    return bandOfLimits(security.data(m_securitiesColumns.volat_min).toDouble(),
+                        security.data(m_securitiesColumns.volat_max).toDouble());
+}
+
+VolatBand VirtualPortfolioModel::bandOfLimits(double low, double high) const
+{
+    VolatBand band;
     // The gateway does publish the limits the wrong way round.
     if (low > high && !nearZero(low) && !nearZero(high) && high >= VolatMinDefault &&
         VolatMaxDefault >= low)

@@ -220,9 +220,13 @@ private:
     RowSecurity rowSecurity(int row, const Record& record) const;
     // True when the row's Greeks were valued; the caller tells the views.
     bool valueRecord(int row, const Record& record, const Trigger& trigger);
-    bool valueOption(int row, const Record& record, const RowSecurity& security);
+    // flag: the row's miv_mp_flag as the valuation starts.
+    bool valueOption(int row, const Record& record, const RowSecurity& security, int flag);
     void emitGreeksChanged(int first, int last);
-    void valueFuture(int row, const Record& record, const RowSecurity& security);
+    void valueFuture(int row, const Record& record, const RowSecurity& security, int flag);
+    int flagOf(const Record& row) const { return row.data(m_columns.miv_mp_flag).toInteger(); }
+    // The band of the limits a security publishes.
+    VolatBand bandOfLimits(double low, double high) const;
     // The valuation's clock: the security model's fixed "now" while it is in use.
     datetime now() const;
     bool fillInputs(const Record& row, const OptCalcRecord& security, const Record& option,
