@@ -105,7 +105,7 @@ void OwnWrites::beginBatch(const QList<Record>& updated, const QList<Record>& re
         std::count_if(m_batch.begin(), m_batch.end(), [](const Write& w) { return !w.taken; }));
 }
 
-bool OwnWrites::takeBatchColumns(const Record& row, quint32* columns)
+bool OwnWrites::takeFromBatch(const Record& row, quint32* columns)
 {
     const auto it = find(m_batch, row, &m_batchNext);
     if (it == m_batch.end() || it->taken)

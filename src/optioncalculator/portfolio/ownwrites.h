@@ -51,7 +51,11 @@ public:
     }
     bool batchHasWrites() const { return m_batchLeft > 0; }
     // Takes the columns written in a row of the told batch; false if the row has none.
-    bool takeBatchColumns(const Record& row, quint32* columns);
+    bool takeBatchColumns(const Record& row, quint32* columns)
+    {
+        // Most walks see no batch at all: they need no look-up.
+        return m_batchLeft > 0 && takeFromBatch(row, columns);
+    }
 
     static quint32 bit(int column) { return column >= 0 && column < 32 ? 1u << column : 0u; }
 
@@ -71,6 +75,7 @@ private:
     static std::vector<Write>::iterator find(std::vector<Write>& writes, const Record& row,
                                              size_t* next);
     void note(const Record& row, quint32 columns) { m_pending.push_back({row, columns}); }
+    bool takeFromBatch(const Record& row, quint32* columns);
 
     std::vector<Write> m_pending;
     std::vector<Write> m_batch;
