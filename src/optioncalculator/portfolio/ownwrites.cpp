@@ -2,6 +2,8 @@
 
 #include "database/table.h"
 
+#include <QtAlgorithms>
+
 #include <algorithm>
 #include <utility>
 
@@ -23,12 +25,8 @@ OwnWrites::RowScope::~RowScope()
     if (columns == 0 || !m_table || !row.inTable())
         return;
     m_writes.note(row, columns);
-    int first = 0;
-    while (!(columns & (1u << first)))
-        ++first;
-    int last = 31;
-    while (!(columns & (1u << last)))
-        --last;
+    const int first = int(qCountTrailingZeroBits(columns));
+    const int last = 31 - int(qCountLeadingZeroBits(columns));
     m_table->updated(row, first, last, -1);
 }
 
