@@ -473,13 +473,18 @@ void PortfolioModel::securitiesChanged(const QList<Record>& securitiesList)
     int left = 0, right = 0;
     if (changed.isEmpty() || !marketColumnSpan(&left, &right))
         return;
-    // Nothing changes the rows' keys or the securities while the notices go out.
-    const std::vector<FoundSecurity>* outer = m_found;
+    // Nothing changes the rows' keys or the securities while the notices go out. The
+    // look-ups are dropped however the notices end.
+    struct Restore
+    {
+        const std::vector<FoundSecurity>*& found;
+        const std::vector<FoundSecurity>* outer;
+        ~Restore() { found = outer; }
+    } restore{m_found, m_found};
     m_found = &found;
     for (int i = 0; i < changed.count(); ++i)
         emit dataChanged(index(changed.first(i), left), index(changed.end(i) - 1, right),
                          QVector<int>());
-    m_found = outer;
 }
 
 const PortfolioModel::FoundSecurity* PortfolioModel::foundSecurity(int row,
