@@ -323,15 +323,25 @@ void TableIndexModel::preprocess(const QList<Record>& removed, const QList<Recor
             if (i >= replaced.size() || replaced.at(i) == updated.at(i))
                 return;
     m_prepared.reserve(size_t(removed.size() + updated.size()));
+    // A batch of in-place changes mostly lists its rows in the order they stand: the row
+    // after the last one found is tried before a search.
+    int next = 0;
     for (const QList<Record>* list : {&removed, &updated}) {
         for (const Record& r : *list) {
-            bool found = false;
-            const int pos = sortedPosition(r, &found);
-            if (found)
-                m_prepared.emplace_back(r.rowBlock(), pos);
+            int pos = -1;
+            if (next < m_records.count() && m_records.at(next) == r) {
+                pos = next;
+            } else {
+                bool found = false;
+                pos = sortedPosition(r, &found);
+                if (!found)
+                    pos = -1;
+            }
+            m_prepared.push_back(pos);
+            if (pos >= 0)
+                next = pos + 1;
         }
     }
-    std::sort(m_prepared.begin(), m_prepared.end());
     m_preparedRemoved = removed;
     m_preparedUpdated = updated;
     m_isPrepared = true;
@@ -359,15 +369,16 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
     std::vector<Located> found;
     std::vector<Located> unresolved;
     found.reserve(size_t(removed.size() + updated.size()));
-    auto resolve = [&](const Record& r, bool isRemoved) {
+    // Whether each updated row of the table was found at once; then none of them enters.
+    bool updatedFound = true;
+    // m_prepared holds the positions of removed, then of updated, in their order.
+    auto resolve = [&](const Record& r, bool isRemoved, int preparedAt) {
         if (r.isNull() || r.table() != t)
             return;
         if (prepared) {
-            const auto it = std::lower_bound(
-                m_prepared.begin(), m_prepared.end(),
-                std::make_pair(static_cast<const unsigned char*>(r.rowBlock()), -1));
-            if (it != m_prepared.end() && it->first == r.rowBlock()) {
-                found.push_back({r, it->second, isRemoved});
+            const int pos = m_prepared[size_t(preparedAt)];
+            if (pos >= 0) {
+                found.push_back({r, pos, isRemoved});
                 return;
             }
         } else if (!orderMoved) {
@@ -380,28 +391,28 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
         } else {
             // Keys changed in place: the order cannot lead to any row.
             unresolved.push_back({r, -1, isRemoved});
+            updatedFound = updatedFound && isRemoved;
             return;
         }
+        updatedFound = updatedFound && isRemoved;
         // Not where the order puts it. A row that passes the filter may still stand
         // elsewhere: written in place before it went, or ordered by data from outside the
         // table that changed unannounced. A walk makes sure it is not shown twice.
         if (filter(r))
             unresolved.push_back({r, -1, isRemoved});
     };
-    for (const Record& r : removed)
-        resolve(r, true);
-    for (const Record& r : updated)
-        resolve(r, false);
+    for (int i = 0; i < removed.size(); ++i)
+        resolve(removed.at(i), true, i);
+    for (int i = 0; i < updated.size(); ++i)
+        resolve(updated.at(i), false, removed.size() + i);
     scanFor(unresolved, found);
 
     // 2. What becomes of each.
     std::vector<int> leaving;
     std::vector<Located> displaced;
     std::vector<Located> changed;
-    std::vector<const unsigned char*> present;
-    present.reserve(found.size());
+    changed.reserve(found.size());
     for (const Located& l : found) {
-        present.push_back(l.record.rowBlock());
         if (l.removed || !filter(l.record)) {
             leaving.push_back(l.position);
             continue;
@@ -410,12 +421,18 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
         if (orderMoved)
             displaced.push_back(l);
     }
-    std::sort(present.begin(), present.end());
     std::vector<Record> entering;
-    for (const Record& r : updated)
-        if (r.table() == t && !std::binary_search(present.begin(), present.end(), r.rowBlock()) &&
-            filter(r))
-            entering.push_back(r);
+    if (!updatedFound) {
+        std::vector<const unsigned char*> present;
+        present.reserve(found.size());
+        for (const Located& l : found)
+            present.push_back(l.record.rowBlock());
+        std::sort(present.begin(), present.end());
+        for (const Record& r : updated)
+            if (r.table() == t &&
+                !std::binary_search(present.begin(), present.end(), r.rowBlock()) && filter(r))
+                entering.push_back(r);
+    }
     for (const Record& r : inserted)
         if (!r.isNull() && r.table() == t && filter(r))
             entering.push_back(r);

@@ -82,9 +82,10 @@ private:
     void changePersistentRows(const std::vector<int>& newRow);
     void dropPrepared();
 
-    // Where the rows of the announced batch stood before the table changed them: row
-    // pointer and row, ordered by pointer. Valid for the lists it was made for.
-    std::vector<std::pair<const unsigned char*, int>> m_prepared;
+    // Where the rows of the announced batch stood before the table changed them: the rows
+    // of the removed, then of the updated records, in their order, -1 for a record not
+    // found. Valid for the lists it was made for.
+    std::vector<int> m_prepared;
     QList<Record> m_preparedRemoved;
     QList<Record> m_preparedUpdated;
     bool m_isPrepared = false;

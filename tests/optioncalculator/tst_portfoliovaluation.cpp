@@ -48,6 +48,7 @@ private slots:
     void profilePointOfData_data();
     void profilePointOfData();
     void unusableValuesClearOnlyTheirFlag();
+    void greeksToldOncePerPass();
 };
 
 void TestPortfolioValuation::rowStates_data()
@@ -397,6 +398,45 @@ void TestPortfolioValuation::unusableValuesClearOnlyTheirFlag()
     f.market.delist(Future);
     const ProfilePoint none = f.model->profilePoint(150000.0, 1, -1);
     QVERIFY(!none.valid[ProfilePoint::Delta] && none.delta() == 0.0);
+}
+
+void TestPortfolioValuation::greeksToldOncePerPass()
+{
+    PortfolioFixture f;
+    QList<Record> options;
+    for (const char* name : {"RI140000CA", "RI150000CA", "RI145000PA", "RI160000PB"})
+        options << f.addRow(QLatin1String(name), 1, 3, dec(30));
+    f.addRow(Future, 1, 5, QVariant(), dec(150000, 5));
+    const int delta = f.model->fieldIndex(QStringLiteral("delta"));
+    const int theta = f.model->fieldIndex(QStringLiteral("theta"));
+    QSignalSpy spy(f.model.get(), SIGNAL(dataChanged(QModelIndex, QModelIndex, QVector<int>)));
+    // The rows of the Greek notices, one list per notice.
+    auto greekNotices = [&] {
+        QList<QPair<int, int>> notices;
+        for (const QList<QVariant>& signal : qAsConst(spy)) {
+            const QModelIndex from = signal.at(0).toModelIndex(), to = signal.at(1).toModelIndex();
+            if (from.column() == delta && to.column() == theta)
+                notices.append({from.row(), to.row()});
+        }
+        return notices;
+    };
+
+    // A pass over every row values each option and tells all their Greeks at once.
+    f.model->valueRows(f.model->index(0, 0),
+                       f.model->index(f.model->rowCount() - 1, f.model->columnCount() - 1));
+    const QList<QPair<int, int>> pass = greekNotices();
+    QCOMPARE(pass.size(), 1);
+    for (const Record& option : qAsConst(options)) {
+        const int row = f.rowOf(option);
+        QVERIFY2(pass.first().first <= row && row <= pass.first().second,
+                 qPrintable(QString::number(row)));
+    }
+
+    // A row valued by itself is told at once, and alone.
+    const int row = f.rowOf(options.at(2));
+    spy.clear();
+    f.model->valueOptionRow(row);
+    QCOMPARE(greekNotices(), (QList<QPair<int, int>>{{row, row}}));
 }
 
 QTEST_MAIN(TestPortfolioValuation)

@@ -2,31 +2,31 @@
 
 #include "database/table.h"
 
+#include <QtAlgorithms>
+
 #include <algorithm>
+#include <utility>
 
 OwnWrites::RowScope::RowScope(OwnWrites& writes, Table* table, const Record& row)
-    : m_writes(writes), m_table(table), m_outerRow(writes.m_row),
+    : m_writes(writes), m_table(table), m_outerRow(std::move(writes.m_row)),
       m_outerColumns(writes.m_rowColumns)
 {
+    // The handles move rather than copy: a valuation opens a scope for every row.
     m_writes.m_row = row;
     m_writes.m_rowColumns = 0;
 }
 
 OwnWrites::RowScope::~RowScope()
 {
-    const Record row = m_writes.m_row;
+    const Record row = std::move(m_writes.m_row);
     const quint32 columns = m_writes.m_rowColumns;
-    m_writes.m_row = m_outerRow;
+    m_writes.m_row = std::move(m_outerRow);
     m_writes.m_rowColumns = m_outerColumns;
     if (columns == 0 || !m_table || !row.inTable())
         return;
     m_writes.note(row, columns);
-    int first = 0;
-    while (!(columns & (1u << first)))
-        ++first;
-    int last = 31;
-    while (!(columns & (1u << last)))
-        --last;
+    const int first = int(qCountTrailingZeroBits(columns));
+    const int last = 31 - int(qCountLeadingZeroBits(columns));
     m_table->updated(row, first, last, -1);
 }
 
@@ -43,12 +43,19 @@ void OwnWrites::written(Table* table, const Record& row, int column)
 }
 
 std::vector<OwnWrites::Write>::iterator OwnWrites::find(std::vector<Write>& writes,
-                                                        const Record& row)
+                                                        const Record& row, size_t* next)
 {
+    // Rows are mostly looked up in the order they are noted: the entry after the last one
+    // found comes first.
+    if (*next < writes.size() && writes[*next].row == row)
+        return writes.begin() + long((*next)++);
     Write key;
     key.row = row;
     const auto it = std::lower_bound(writes.begin(), writes.end(), key);
-    return it != writes.end() && it->row == row ? it : writes.end();
+    if (it == writes.end() || it->row != row)
+        return writes.end();
+    *next = size_t(it - writes.begin()) + 1;
+    return it;
 }
 
 void OwnWrites::beginBatch(const QList<Record>& updated, const QList<Record>& removed)
@@ -56,19 +63,21 @@ void OwnWrites::beginBatch(const QList<Record>& updated, const QList<Record>& re
     if (m_pending.empty())
         return;
     // One entry a row, its columns together.
-    std::stable_sort(m_pending.begin(), m_pending.end());
+    if (!std::is_sorted(m_pending.begin(), m_pending.end()))
+        std::stable_sort(m_pending.begin(), m_pending.end());
     auto last = m_pending.begin();
     for (auto it = m_pending.begin() + 1; it != m_pending.end(); ++it) {
         if (it->row == last->row)
             last->columns |= it->columns;
-        else
-            *++last = *it;
+        else if (++last != it)
+            *last = std::move(*it);
     }
     m_pending.erase(last + 1, m_pending.end());
 
     const size_t earlier = m_batch.size();
+    size_t next = 0;
     for (const Record& row : updated) {
-        const auto it = find(m_pending, row);
+        const auto it = find(m_pending, row, &next);
         if (it == m_pending.end() || it->taken)
             continue;
         it->taken = true;
@@ -78,22 +87,25 @@ void OwnWrites::beginBatch(const QList<Record>& updated, const QList<Record>& re
         else
             m_batch.push_back({row, it->columns});
     }
+    next = 0;
     for (const Record& row : removed) {
-        const auto it = find(m_pending, row);
+        const auto it = find(m_pending, row, &next);
         if (it != m_pending.end())
             it->taken = true;
     }
     m_pending.erase(
         std::remove_if(m_pending.begin(), m_pending.end(), [](const Write& w) { return w.taken; }),
         m_pending.end());
-    std::sort(m_batch.begin(), m_batch.end());
+    if (!std::is_sorted(m_batch.begin(), m_batch.end()))
+        std::sort(m_batch.begin(), m_batch.end());
+    m_batchNext = 0;
     m_batchLeft = size_t(
         std::count_if(m_batch.begin(), m_batch.end(), [](const Write& w) { return !w.taken; }));
 }
 
-bool OwnWrites::takeBatchColumns(const Record& row, quint32* columns)
+bool OwnWrites::takeFromBatch(const Record& row, quint32* columns)
 {
-    const auto it = find(m_batch, row);
+    const auto it = find(m_batch, row, &m_batchNext);
     if (it == m_batch.end() || it->taken)
         return false;
     *columns = it->columns;

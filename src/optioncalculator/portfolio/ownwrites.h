@@ -47,10 +47,15 @@ public:
     {
         m_batch.clear();
         m_batchLeft = 0;
+        m_batchNext = 0;
     }
     bool batchHasWrites() const { return m_batchLeft > 0; }
     // Takes the columns written in a row of the told batch; false if the row has none.
-    bool takeBatchColumns(const Record& row, quint32* columns);
+    bool takeBatchColumns(const Record& row, quint32* columns)
+    {
+        // Most walks see no batch at all: they need no look-up.
+        return m_batchLeft > 0 && takeFromBatch(row, columns);
+    }
 
     static quint32 bit(int column) { return column >= 0 && column < 32 ? 1u << column : 0u; }
 
@@ -66,12 +71,16 @@ private:
     // A whole batch of rows is noted and then looked up once each: sorted vectors cost a
     // fraction of a hash's allocations. The pending writes stand in the order they were
     // made, a row possibly more than once; the batch's are sorted by row.
-    static std::vector<Write>::iterator find(std::vector<Write>& writes, const Record& row);
+    // next: where the entry after the last one found stands.
+    static std::vector<Write>::iterator find(std::vector<Write>& writes, const Record& row,
+                                             size_t* next);
     void note(const Record& row, quint32 columns) { m_pending.push_back({row, columns}); }
+    bool takeFromBatch(const Record& row, quint32* columns);
 
     std::vector<Write> m_pending;
     std::vector<Write> m_batch;
     size_t m_batchLeft = 0; // entries of the batch not yet taken
+    size_t m_batchNext = 0;
     Record m_row;
     quint32 m_rowColumns = 0;
 };

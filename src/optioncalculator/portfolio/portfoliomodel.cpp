@@ -313,10 +313,16 @@ bool PortfolioModel::isOwnRow(const Record& row) const
 
 Record PortfolioModel::findSecurity(int stockId, int boardId, qint64 secId) const
 {
+    return securityOfEntry(m_optCalcDirectory->find(stockId, secId), stockId, boardId, secId);
+}
+
+Record PortfolioModel::securityOfEntry(const OptCalcRecord& entry, int stockId, int boardId,
+                                       qint64 secId) const
+{
     // The calculator's directory holds the derivatives by (stock_id, sec_id) in a hash; it
     // is the same row that the terminal's reference finds by its whole key, at a fraction of
     // the cost. Other boards, and a row that has just left the table, go the long way.
-    const Record& known = m_optCalcDirectory->find(stockId, secId).record;
+    const Record& known = entry.record;
     if (!known.isNull() && known.inTable() &&
         known.data(m_securitiesColumns.board_id).toInteger() == boardId)
         return known;
@@ -445,20 +451,49 @@ void PortfolioModel::securitiesChanged(const QList<Record>& securitiesList)
     if (securitiesList.isEmpty() || count() == 0)
         return;
     RowIntervals changed;
+    std::vector<FoundSecurity> found(static_cast<size_t>(count()));
     for (int row = 0; row < count(); ++row) {
-        const Record security = securityOf(at(row));
-        if (security.isNull())
+        const Record& record = at(row);
+        if (!isOwnRow(record))
             continue;
-        const auto hit = std::lower_bound(securitiesList.begin(), securitiesList.end(), security);
-        if (hit != securitiesList.end() && *hit == security)
+        FoundSecurity& f = found[size_t(row)];
+        f.stock = record.data(m_columns.stock_id).toInteger();
+        const int board = record.data(m_columns.board_id).toInteger();
+        const qint64 secId = record.data(m_columns.sec_id).toInteger64();
+        f.market = m_optCalcDirectory->find(f.stock, secId);
+        f.security = securityOfEntry(f.market, f.stock, board, secId);
+        if (f.security.isNull())
+            continue;
+        const auto hit = std::lower_bound(securitiesList.begin(), securitiesList.end(), f.security);
+        if (hit != securitiesList.end() && *hit == f.security) {
             changed.insert(row, row + 1);
+            f.row = record.rowBlock();
+        }
     }
     int left = 0, right = 0;
     if (changed.isEmpty() || !marketColumnSpan(&left, &right))
         return;
+    // Nothing changes the rows' keys or the securities while the notices go out. The
+    // look-ups are dropped however the notices end.
+    struct Restore
+    {
+        const std::vector<FoundSecurity>*& found;
+        const std::vector<FoundSecurity>* outer;
+        ~Restore() { found = outer; }
+    } restore{m_found, m_found};
+    m_found = &found;
     for (int i = 0; i < changed.count(); ++i)
         emit dataChanged(index(changed.first(i), left), index(changed.end(i) - 1, right),
                          QVector<int>());
+}
+
+const PortfolioModel::FoundSecurity* PortfolioModel::foundSecurity(int row,
+                                                                   const Record& record) const
+{
+    if (!m_found || row < 0 || size_t(row) >= m_found->size())
+        return nullptr;
+    const FoundSecurity& f = (*m_found)[size_t(row)];
+    return f.row && f.row == record.rowBlock() ? &f : nullptr;
 }
 
 void PortfolioModel::emitRowUpdated(int row)

@@ -11,6 +11,8 @@
 #include <QString>
 #include <QVector>
 
+#include <vector>
+
 class Field;
 class OptCalcSecurityModel;
 class QDataStream;
@@ -182,9 +184,25 @@ protected:
     bool isOwnRow(const Record& row) const;
     // The terminal's security of that key; null if there is none.
     Record findSecurity(int stockId, int boardId, qint64 secId) const;
+    // The same, given the calculator directory's entry of (stockId, secId).
+    Record securityOfEntry(const OptCalcRecord& entry, int stockId, int boardId,
+                           qint64 secId) const;
     // securityRecord() and baseRecord() of a security, for the valuation's inner loop.
     Record securityOf(const Record& row) const;
     Record baseOf(const Record& security) const;
+
+    // A row's securities as securitiesChanged() found them.
+    struct FoundSecurity
+    {
+        const unsigned char* row = nullptr; // the row's block; null for a row not found
+        int stock = 0;
+        OptCalcRecord market;
+        Record security;
+    };
+    // What securitiesChanged() found for a row of a changed security, while it tells of the
+    // change: the valuation that its notices start need not look it up again. Null for
+    // another record, or at any other time.
+    const FoundSecurity* foundSecurity(int row, const Record& record) const;
 
     // One position of the drag format: the fields of PositionItem in order, a QString for
     // the name and the raw 64 bits of the price and the expiry.
@@ -206,6 +224,8 @@ protected:
     Table* m_securitiesTable = nullptr;
 
 private:
+    // Filled by securitiesChanged() for the length of its notices.
+    const std::vector<FoundSecurity>* m_found = nullptr;
     QString m_account;
     QString m_baseCode;
     bool m_accountFilterEnabled = true;

@@ -6,6 +6,14 @@ void RowIntervals::insert(int first, int end)
 {
     if (first >= end)
         return;
+    // Rows mostly come in order: at or past the last end no search is needed.
+    if (!m_bounds.isEmpty() && first >= m_bounds.last()) {
+        if (first == m_bounds.last())
+            m_bounds.last() = end;
+        else
+            m_bounds << first << end;
+        return;
+    }
     // A start that falls inside an interval, or on its end, extends that interval; so does
     // an end that falls inside one, or on its start.
     int from = int(std::lower_bound(m_bounds.begin(), m_bounds.end(), first) - m_bounds.begin());

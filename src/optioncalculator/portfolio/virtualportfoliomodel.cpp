@@ -121,6 +121,10 @@ VirtualPortfolioModel::VirtualPortfolioModel(Table* table, OptCalcSecurityModel*
     m_modelColumns.flags = addColumn(m_columns.flags);
     PortfolioColumnDelegates::install(this);
 
+    // Each Greek written looks its scale up; the columns never change.
+    if (table)
+        for (int column = 0; column < table->columnCount(); ++column)
+            m_scales.append(short(table->columnDef(column).length));
     m_mivScale = scaleOf(m_columns.miv);
     m_mpScale = scaleOf(m_columns.mp);
     m_mivUnit = std::pow(10.0, -m_mivScale);
@@ -199,12 +203,6 @@ bool VirtualPortfolioModel::writeDecimalIfChanged(const Record& record, int colu
 bool VirtualPortfolioModel::writeDoubleIfChanged(const Record& record, int column, double value)
 {
     return writeDecimalIfChanged(record, column, decimal::fromDouble(value, scaleOf(column)));
-}
-
-short VirtualPortfolioModel::scaleOf(int column) const
-{
-    const Table* t = table();
-    return t ? short(t->columnDef(column).length) : 0;
 }
 
 bool VirtualPortfolioModel::writeInt64IfChanged(const Record& record, int column, qint64 value)
@@ -318,14 +316,27 @@ void VirtualPortfolioModel::valueRows(const QModelIndex& topLeft, const QModelIn
     // The rows' writes go out as one batch, which the table's models take at once; until
     // then no row moves, so the row numbers hold.
     TableUpdater update(table());
+    // The views get the same Greek cells as from one notice a row, one notice a pass.
+    int greeksFirst = -1, greeksLast = -1;
     for (int row = first; row <= last; ++row) {
         const Record record = at(row);
         quint32 written = 0;
         const Trigger trigger =
             m_ownWrites.takeBatchColumns(record, &written) ? triggerOfWrites(written) : ofRange;
-        if (trigger.any())
-            valueRecord(row, record, trigger);
+        if (trigger.any() && valueRecord(row, record, trigger)) {
+            if (greeksFirst < 0)
+                greeksFirst = row;
+            greeksLast = row;
+        }
     }
+    if (greeksFirst >= 0)
+        emitGreeksChanged(greeksFirst, greeksLast);
+}
+
+void VirtualPortfolioModel::emitGreeksChanged(int first, int last)
+{
+    emit dataChanged(index(first, m_modelColumns.delta), index(last, m_modelColumns.theta),
+                     QVector<int>());
 }
 
 VirtualPortfolioModel::Pass::Pass(VirtualPortfolioModel& model) : m_model(model)
@@ -339,88 +350,113 @@ VirtualPortfolioModel::Pass::~Pass()
         m_model.m_passBases.clear();
 }
 
-Record VirtualPortfolioModel::passBaseOf(const Record& security) const
+bool VirtualPortfolioModel::basePriceOf(const Record& base, double* price) const
+{
+    if (base.isNull())
+        return false;
+    decimal quote = base.data(m_securitiesColumns.cur_kotir).toDecimal();
+    if (quote.value() == 0)
+        quote = base.data(m_securitiesColumns.old_kotir).toDecimal();
+    if (quote.value() == 0)
+        return false;
+    *price = quote.toDouble();
+    return true;
+}
+
+bool VirtualPortfolioModel::passBasePrice(const Record& security, double* price) const
 {
     const SecuritiesColumns& s = m_securitiesColumns;
     if (m_passDepth == 0 || security.isNull() || security.table() != m_securitiesTable ||
         s.main_sec_id < 0 || security.data(s.sectype).toChar() == QLatin1Char('F'))
-        return baseOf(security);
+        return basePriceOf(baseOf(security), price);
     const qint64 secId = security.data(s.main_sec_id).toInteger64();
-    for (const auto& known : m_passBases)
-        if (known.first == secId)
-            return known.second;
-    const Record base = baseOf(security);
+    for (const PassBase& known : m_passBases) {
+        if (known.secId == secId) {
+            *price = known.price;
+            return known.priced;
+        }
+    }
+    PassBase known;
+    known.secId = secId;
+    known.priced = basePriceOf(baseOf(security), &known.price);
     // A portfolio's options rest on a few futures; past that many the look-up is cheaper.
     if (m_passBases.size() < 16)
-        m_passBases.emplace_back(secId, base);
-    return base;
+        m_passBases.push_back(known);
+    *price = known.price;
+    return known.priced;
 }
 
-VirtualPortfolioModel::RowSecurity VirtualPortfolioModel::rowSecurity(const Record& record) const
+VirtualPortfolioModel::RowSecurity VirtualPortfolioModel::rowSecurity(int row,
+                                                                      const Record& record) const
 {
     RowSecurity s;
+    if (const FoundSecurity* found = foundSecurity(row, record)) {
+        s.market = found->market;
+        s.security = found->security;
+        s.exists = found->stock == 1 || securityExists(record);
+        return s;
+    }
     const int stock = record.data(m_columns.stock_id).toInteger();
     const int board = record.data(m_columns.board_id).toInteger();
     const qint64 secId = record.data(m_columns.sec_id).toInteger64();
     s.market = m_optCalcDirectory->find(stock, secId);
-    // The directory's row is the terminal's row of the same key, when the board agrees.
-    const Record& known = s.market.record;
-    s.security = !known.isNull() && known.inTable() &&
-                         known.data(m_securitiesColumns.board_id).toInteger() == board
-                     ? known
-                     : m_securityDirectory->recordById(stock, board, secId);
+    s.security = securityOfEntry(s.market, stock, board, secId);
     s.exists = stock == 1 ? !s.security.isNull() : securityExists(record);
     return s;
 }
 
-void VirtualPortfolioModel::valueRecord(int row, const Record& record, const Trigger& trigger)
+bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Trigger& trigger)
 {
     if (record.isNull() || !record.inTable() || record.table() != table())
-        return;
-    const int before = record.data(m_columns.miv_mp_flag).toInteger();
+        return false;
+    const int before = flagOf(record);
     // A change of how the row is valued, or of the value that is fixed.
     const bool direct =
         trigger.flag || (trigger.mp && (before & MpFixed)) || (trigger.miv && (before & MivFixed));
+    // The valuation's own writes name no market column: such a row is passed over at once.
+    if (!direct && !trigger.optionMarket && !trigger.futureMarket)
+        return false;
     const bool option = sectypeOf(record).toChar() == QLatin1Char('O');
     if (!direct && !(option ? trigger.optionMarket : trigger.futureMarket))
-        return;
-    const RowSecurity security = rowSecurity(record);
+        return false;
+    const RowSecurity security = rowSecurity(row, record);
     if (!security.exists)
-        return;
+        return false;
+    bool greeks = false;
     {
         // The row's writes are told to the table once, over the columns written.
         const OwnWrites::RowScope writes(m_ownWrites, table(), record);
         if (option)
-            valueOption(row, record, security);
+            greeks = valueOption(row, record, security, before);
         else
-            valueFuture(row, record, security);
+            valueFuture(row, record, security, before);
     }
-    if (record.data(m_columns.miv_mp_flag).toInteger() != before)
+    if (flagOf(record) != before)
         emitRowUpdated(row);
+    return greeks;
 }
 
 void VirtualPortfolioModel::valueOptionRow(int row)
 {
     const Record record = at(row);
-    if (isOwnRow(record))
-        valueOption(row, record, rowSecurity(record));
+    if (isOwnRow(record) && valueOption(row, record, rowSecurity(row, record), flagOf(record)))
+        emitGreeksChanged(row, row);
 }
 
 void VirtualPortfolioModel::valueFutureRow(int row)
 {
     const Record record = at(row);
     if (isOwnRow(record))
-        valueFuture(row, record, rowSecurity(record));
+        valueFuture(row, record, rowSecurity(row, record), flagOf(record));
 }
 
-void VirtualPortfolioModel::valueOption(int row, const Record& record, const RowSecurity& security)
+bool VirtualPortfolioModel::valueOption(int row, const Record& record, const RowSecurity& security,
+                                        int flag)
 {
     if (security.market.isNull())
-        return;
+        return false;
     const OptCalcColumns& c = *security.market.columns;
     const Record& market = security.market.record;
-    const VolatBand band = volatBand(security.security);
-    const int flag = record.data(m_columns.miv_mp_flag).toInteger();
     TableUpdater update(table());
 
     if (flag == 0) {
@@ -428,11 +464,17 @@ void VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
         // market's Greeks.
         writeDecimalIfChanged(record, m_columns.miv, market.data(c.volat).toDecimal());
         writeDecimalIfChanged(record, m_columns.mp, market.data(c.theor_price).toDecimal());
-        return;
+        return false;
     }
     VolatInputParams in;
     if (!fillInputs(record, security.market, security.security, in))
-        return;
+        return false;
+    // Most often the directory's row is the security's own: the limits read for the pricing
+    // make the band.
+    const VolatBand band = security.security == market && market.table() == m_securitiesTable &&
+                                   market.data(c.sectype).toChar() == QLatin1Char('O')
+                               ? bandOfLimits(in.volatLow, in.volatHigh)
+                               : volatBand(security.security);
     const bool isPut = market.data(c.option_type).toChar() == QLatin1Char('P');
     VolatOutputParams out;
     bool haveParams = false;
@@ -497,8 +539,6 @@ void VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
     writeDoubleIfChanged(record, m_columns.gamma, out.gamma);
     writeDoubleIfChanged(record, m_columns.vega, out.vega);
     writeDoubleIfChanged(record, m_columns.theta, out.theta);
-    emit dataChanged(index(row, m_modelColumns.delta), index(row, m_modelColumns.theta),
-                     QVector<int>());
 
     if ((flag & ModelValuesInUse) && !(flag & (MivFixed | MpFixed))) {
         // Switched on with nothing chosen: the market volatility becomes the fixed one.
@@ -514,15 +554,16 @@ void VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
         if (!(flag & MpFixed))
             clearField(record, m_columns.mp);
     }
+    return true;
 }
 
-void VirtualPortfolioModel::valueFuture(int row, const Record& record, const RowSecurity& security)
+void VirtualPortfolioModel::valueFuture(int row, const Record& record, const RowSecurity& security,
+                                        int flag)
 {
     if (security.market.isNull())
         return;
     const OptCalcColumns& c = *security.market.columns;
     const Record& market = security.market.record;
-    const int flag = record.data(m_columns.miv_mp_flag).toInteger();
     TableUpdater update(table());
 
     if (flag == 0) {
@@ -550,12 +591,16 @@ void VirtualPortfolioModel::valueFuture(int row, const Record& record, const Row
 
 VolatBand VirtualPortfolioModel::volatBand(const Record& security) const
 {
-    VolatBand band{VolatMinDefault, VolatMaxDefault};
     if (security.isNull() || security.table() != m_securitiesTable ||
         security.data(m_securitiesColumns.sectype).toChar() != QLatin1Char('O'))
-        return band;
-    double low = security.data(m_securitiesColumns.volat_min).toDouble();
-    double high = security.data(m_securitiesColumns.volat_max).toDouble();
+        return VolatBand{VolatMinDefault, VolatMaxDefault};
+    return bandOfLimits(security.data(m_securitiesColumns.volat_min).toDouble(),
+                        security.data(m_securitiesColumns.volat_max).toDouble());
+}
+
+VolatBand VirtualPortfolioModel::bandOfLimits(double low, double high) const
+{
+    VolatBand band;
     // The gateway does publish the limits the wrong way round.
     if (low > high && !nearZero(low) && !nearZero(high) && high >= VolatMinDefault &&
         VolatMaxDefault >= low)
@@ -578,19 +623,14 @@ bool VirtualPortfolioModel::fillVolatInputParams(const Record& row, VolatInputPa
 bool VirtualPortfolioModel::fillInputs(const Record& row, const OptCalcRecord& security,
                                        const Record& option, VolatInputParams& params) const
 {
-    const Record base = passBaseOf(option);
-    if (base.isNull() || security.isNull())
-        return false;
-    decimal price = base.data(m_securitiesColumns.cur_kotir).toDecimal();
-    if (price.value() == 0)
-        price = base.data(m_securitiesColumns.old_kotir).toDecimal();
-    if (price.value() == 0)
+    double basePrice = 0.0;
+    if (!passBasePrice(option, &basePrice) || security.isNull())
         return false;
     const OptCalcColumns& c = *security.columns;
     const Record& market = security.record;
     // Without a row of coefficients the defaults, a flat smile, stay in force.
     smileOf(market.data(c.base_isin_id).toInteger(), params);
-    params.basePrice = price.toDouble();
+    params.basePrice = basePrice;
     params.volatLow = market.data(c.volat_min).toDouble();
     params.volatHigh = market.data(c.volat_max).toDouble();
     params.strike = market.data(c.strike).toDouble();

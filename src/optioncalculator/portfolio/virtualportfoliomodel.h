@@ -14,6 +14,7 @@
 #include <QHash>
 #include <QList>
 #include <QString>
+#include <QVector>
 
 #include <memory>
 #include <utility>
@@ -196,7 +197,7 @@ private:
     void saveRow(Settings& settings, const Record& record) const;
 
     // One pass of valuation over the rows. The securities do not change while it runs, so
-    // the base future of an option series is looked up once a pass.
+    // the price of an option series' base future is looked up once a pass.
     class Pass
     {
     public:
@@ -208,15 +209,24 @@ private:
     private:
         VirtualPortfolioModel& m_model;
     };
-    // baseOf(), remembered for the pass that runs.
-    Record passBaseOf(const Record& security) const;
+    // The quote of a base future: cur_kotir, else old_kotir; false without either.
+    bool basePriceOf(const Record& base, double* price) const;
+    // basePriceOf() the base of a security, remembered for the pass that runs.
+    bool passBasePrice(const Record& security, double* price) const;
 
     Trigger triggerOfColumns(int left, int right) const;
     Trigger triggerOfWrites(quint32 columns) const;
-    RowSecurity rowSecurity(const Record& record) const;
-    void valueRecord(int row, const Record& record, const Trigger& trigger);
-    void valueOption(int row, const Record& record, const RowSecurity& security);
-    void valueFuture(int row, const Record& record, const RowSecurity& security);
+    // The row's securities; those securitiesChanged() found when it is the one telling.
+    RowSecurity rowSecurity(int row, const Record& record) const;
+    // True when the row's Greeks were valued; the caller tells the views.
+    bool valueRecord(int row, const Record& record, const Trigger& trigger);
+    // flag: the row's miv_mp_flag as the valuation starts.
+    bool valueOption(int row, const Record& record, const RowSecurity& security, int flag);
+    void emitGreeksChanged(int first, int last);
+    void valueFuture(int row, const Record& record, const RowSecurity& security, int flag);
+    int flagOf(const Record& row) const { return row.data(m_columns.miv_mp_flag).toInteger(); }
+    // The band of the limits a security publishes.
+    VolatBand bandOfLimits(double low, double high) const;
     // The valuation's clock: the security model's fixed "now" while it is in use.
     datetime now() const;
     bool fillInputs(const Record& row, const OptCalcRecord& security, const Record& option,
@@ -226,7 +236,7 @@ private:
     void forgetSmiles();
     // A value of a decimal column, rounded to the column's scale.
     bool writeDoubleIfChanged(const Record& record, int column, double value);
-    short scaleOf(int column) const;
+    short scaleOf(int column) const { return m_scales.value(column, 0); }
 
     decimal m_volatShift;
     bool m_volatShiftEnabled = false;
@@ -246,8 +256,16 @@ private:
     };
     mutable QHash<int, Smile> m_smiles;
     int m_passDepth = 0;
-    // The base futures found in the pass that runs, by the sec_id an option names.
-    mutable std::vector<std::pair<qint64, Record>> m_passBases;
+    // The prices of the base futures found in the pass that runs, by the sec_id an option
+    // names.
+    struct PassBase
+    {
+        qint64 secId = 0;
+        bool priced = false;
+        double price = 0.0;
+    };
+    mutable std::vector<PassBase> m_passBases;
+    QVector<short> m_scales; // by column of the table
     short m_mivScale = 0;
     short m_mpScale = 0;
     double m_mivUnit = 1.0; // one unit of miv's last digit
