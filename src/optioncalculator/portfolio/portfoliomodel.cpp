@@ -17,6 +17,7 @@
 
 #include <QDataStream>
 #include <QMimeData>
+#include <QScopedValueRollback>
 #include <QSet>
 #include <QtEndian>
 
@@ -475,13 +476,7 @@ void PortfolioModel::securitiesChanged(const QList<Record>& securitiesList)
         return;
     // Nothing changes the rows' keys or the securities while the notices go out. The
     // look-ups are dropped however the notices end.
-    struct Restore
-    {
-        const std::vector<FoundSecurity>*& found;
-        const std::vector<FoundSecurity>* outer;
-        ~Restore() { found = outer; }
-    } restore{m_found, m_found};
-    m_found = &found;
+    const QScopedValueRollback<const std::vector<FoundSecurity>*> restore(m_found, &found);
     for (int i = 0; i < changed.count(); ++i)
         emit dataChanged(index(changed.first(i), left), index(changed.end(i) - 1, right),
                          QVector<int>());

@@ -469,12 +469,7 @@ bool VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
     VolatInputParams in;
     if (!fillInputs(record, security.market, security.security, in))
         return false;
-    // Most often the directory's row is the security's own: the limits read for the pricing
-    // make the band.
-    const VolatBand band = security.security == market && market.table() == m_securitiesTable &&
-                                   market.data(c.sectype).toChar() == QLatin1Char('O')
-                               ? bandOfLimits(in.volatLow, in.volatHigh)
-                               : volatBand(security.security);
+    const VolatBand band = volatBand(security.security);
     const bool isPut = market.data(c.option_type).toChar() == QLatin1Char('P');
     VolatOutputParams out;
     bool haveParams = false;
