@@ -264,26 +264,31 @@ QVariant decimal::toVariant() const
 
 decimal decimal::fromDouble(double value, short scale)
 {
+    static constexpr double Powers[MaxScale + 1] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
+                                                    1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,
+                                                    1e14, 1e15, 1e16, 1e17, 1e18};
     int s = scale < 0 ? 0 : (scale > MaxScale ? MaxScale : scale);
     if (std::isnan(value))
         return make(0, s);
     const double magnitude = std::fabs(value);
+    double scaled = magnitude * Powers[s];
     // As in arithmetic: a coarser scale before saturation.
-    while (s > 0 && magnitude * double(Pow10[s]) >= double(MaxMantissa))
-        --s;
-    const double scaled = magnitude * double(Pow10[s]);
+    while (s > 0 && scaled >= double(MaxMantissa))
+        scaled = magnitude * Powers[--s];
     if (!(scaled < double(MaxMantissa)))
         return make(value > 0 ? MaxMantissa : -MaxMantissa, 0);
 
     // 0.285 is stored as 0.28499999999999998 and scales to 28.499999999999996. The stored
     // value and the product each err by at most 1.5 ulps of the product together, so a
     // fraction that close below one half was meant as one half.
-    double whole = std::floor(scaled);
-    const double fraction = scaled - whole;
+    // The conversion truncates, which for a non-negative value is the floor.
+    qint64 mantissa = qint64(scaled);
+    const double fraction = scaled - double(mantissa);
     if (fraction > 0 && fraction >= 0.5 - 3 * ulpOf(scaled))
-        whole += 1;
-    const qint64 mantissa = qint64(whole);
-    return fitted(value < 0 ? -mantissa : mantissa, s);
+        ++mantissa;
+    if (mantissa > MaxMantissa)
+        return fitted(value < 0 ? -mantissa : mantissa, s);
+    return make(value < 0 ? -mantissa : mantissa, s);
 }
 
 decimal decimal::fromAnyString(const QString& text, bool* ok)

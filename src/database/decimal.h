@@ -60,8 +60,14 @@ public:
     decimal operator*(const decimal& other) const;
     decimal operator*(long long factor) const;
 
-    bool operator==(const decimal& o) const { return compare(o) == 0; }
-    bool operator!=(const decimal& o) const { return compare(o) != 0; }
+    // Equal bits are equal values, and so are different mantissas at one scale unequal.
+    bool operator==(const decimal& o) const
+    {
+        if (m_raw == o.m_raw)
+            return true;
+        return scale() != o.scale() && compare(o) == 0;
+    }
+    bool operator!=(const decimal& o) const { return !(*this == o); }
     bool operator<(const decimal& o) const { return compare(o) < 0; }
     bool operator<=(const decimal& o) const { return compare(o) <= 0; }
     bool operator>(const decimal& o) const { return compare(o) > 0; }

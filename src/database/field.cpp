@@ -59,7 +59,7 @@ int Field::textLength() const
     return n;
 }
 
-qint64 Field::toInteger64() const
+qint64 Field::convertedInteger64() const
 {
     if (isNull())
         return 0;
@@ -80,14 +80,14 @@ qint64 Field::toInteger64() const
     }
 }
 
-int Field::toInteger() const
+int Field::convertedInteger() const
 {
     if (!isNull() && m_type == FieldType::Integer)
         return load<qint32>(m_data);
     return clampToInt(toInteger64());
 }
 
-double Field::toDouble() const
+double Field::convertedDouble() const
 {
     if (isNull())
         return 0.0;
@@ -108,7 +108,7 @@ double Field::toDouble() const
     }
 }
 
-decimal Field::toDecimal() const
+decimal Field::convertedDecimal() const
 {
     if (isNull())
         return decimal::zero;
@@ -148,7 +148,7 @@ QDate Field::toQDate() const
     return toDatetime().getDate();
 }
 
-QChar Field::toChar() const
+QChar Field::convertedChar() const
 {
     if (isNull())
         return QChar();
@@ -352,7 +352,7 @@ Field& Field::operator=(const QString& value)
     return *this;
 }
 
-Field& Field::operator=(const decimal& value)
+Field& Field::assignConverted(const decimal& value)
 {
     if (!m_data)
         return *this;

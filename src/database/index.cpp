@@ -4,12 +4,7 @@
 #include "table.h"
 #include "tablelocker.h"
 
-Index::Index(Table* table) : m_table(table) {}
-
-Table* Index::table() const
-{
-    return m_table.data();
-}
+Index::Index(Table* table) : m_table(table), m_tablePointer(table) {}
 
 Index::~Index()
 {

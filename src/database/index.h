@@ -46,12 +46,13 @@ public:
     virtual QString getClassName() const;
 
     // The table followed; null once it is gone.
-    Table* table() const;
+    Table* table() const { return m_table.isNull() ? nullptr : m_tablePointer; }
 
 protected:
     // Calls add() for each row of the table that passes filter(), under the table's lock.
     void addAllRows();
 
 private:
-    QPointer<Table> m_table;
+    QPointer<Table> m_table;  // says when the table is gone
+    Table* m_tablePointer;    // the same table, read without a cast to a type only declared
 };

@@ -11,16 +11,16 @@
 
 namespace {
 
-unsigned char* allocateRow(const Table* table)
+unsigned char* allocateRow(const RowLayout* layout, int rowSize)
 {
-    const size_t size = sizeof(RowHeader) + size_t(table->rowSize());
+    const size_t size = sizeof(RowHeader) + size_t(rowSize);
     auto* block = static_cast<unsigned char*>(std::calloc(1, size));
     if (!block)
         throw std::bad_alloc();
     auto* header = new (block) RowHeader;
     header->ref.storeRelaxed(1);
     header->flags = 0;
-    header->table = table;
+    header->layout = layout;
     return block;
 }
 
@@ -39,7 +39,7 @@ Record::Record(const Table* table)
     if (!table)
         return;
     table->m_rowsMade = true;
-    m_row = allocateRow(table);
+    m_row = allocateRow(&table->m_layout, table->rowSize());
 }
 
 void Record::release()
@@ -57,32 +57,22 @@ void Record::setInTable(bool in)
         header()->flags &= ~quint32(RowHeader::InTable);
 }
 
-Field Record::data(int column)
-{
-    return m_row ? header()->table->dataPtr(m_row, column) : Field();
-}
-
-Field Record::data(int column) const
-{
-    return m_row ? header()->table->dataPtr(m_row, column) : Field();
-}
-
 Field Record::data(const QString& columnName)
 {
-    return m_row ? data(header()->table->columnIndex(columnName)) : Field();
+    return m_row ? data(table()->columnIndex(columnName)) : Field();
 }
 
 Field Record::data(const QString& columnName) const
 {
-    return m_row ? data(header()->table->columnIndex(columnName)) : Field();
+    return m_row ? data(table()->columnIndex(columnName)) : Field();
 }
 
 Record Record::clone() const
 {
     if (!m_row)
         return Record();
-    Record copy(header()->table);
-    std::memcpy(copy.columnArea(), columnArea(), size_t(header()->table->rowSize()));
+    Record copy(table());
+    std::memcpy(copy.columnArea(), columnArea(), size_t(table()->rowSize()));
     return copy;
 }
 

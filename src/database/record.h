@@ -1,25 +1,14 @@
 #pragma once
 
 #include "database_global.h"
+#include "rowlayout.h"
 
 #include <QAtomicInt>
 #include <QMetaType>
 #include <QString>
 
-class Field;
 class Table;
 class QDataStream;
-
-// The block of one row: a two-word header, then the table's column area.
-struct RowHeader
-{
-    QAtomicInt ref;
-    quint32 flags; // RowHeader::InTable while the row belongs to its table
-    const Table* table;
-
-    enum Flag : quint32 { InTable = 1 };
-};
-static_assert(sizeof(RowHeader) == 2 * sizeof(void*), "a row header is two words");
 
 // A counted handle to one row, one pointer wide. A row may live outside its table
 // (a detached row): made fresh by Record(const Table*), or by clone().
@@ -53,12 +42,12 @@ public:
     }
 
     bool isNull() const { return m_row == nullptr; }
-    const Table* table() const { return m_row ? header()->table : nullptr; }
+    const Table* table() const { return m_row ? header()->layout->table : nullptr; }
 
     // The cell of a column; a column the table lacks gives a field that reads as
     // null, zero or empty and writes nowhere.
-    Field data(int column);
-    Field data(int column) const;
+    Field data(int column) { return m_row ? header()->cell(column) : Field(); }
+    Field data(int column) const { return m_row ? header()->cell(column) : Field(); }
     Field data(const QString& columnName);
     Field data(const QString& columnName) const;
 

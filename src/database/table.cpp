@@ -52,6 +52,7 @@ Table::Table(const QString& name, const QString& description, QObject* parent)
     : QObject(parent), m_name(name), m_description(description)
 {
     setObjectName(name);
+    m_layout.table = this;
     m_master = new RowOrderIndex(this);
 }
 
@@ -114,6 +115,8 @@ int Table::addColumn(const QString& name, FieldType::Type type, int length, bool
         slot.nullable = c.nullable;
         m_slots.push_back(slot);
     }
+    m_layout.columns = m_slots.data();
+    m_layout.count = int(m_slots.size());
     return def.column;
 }
 

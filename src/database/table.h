@@ -92,18 +92,6 @@ protected:
     void endUpdate();
     void lock();
     void unlock();
-    // The cell of a column in a row block (header first). Kept inline: every field access
-    // of every row comes through here.
-    Field dataPtr(unsigned char* row, int column) const
-    {
-        if (!row || uint(column) >= uint(m_slots.size()))
-            return Field();
-        const ColumnSlot& slot = m_slots[size_t(column)];
-        unsigned char* area = row + sizeof(RowHeader);
-        return Field(area + slot.offset, area + slot.nullByte, slot.nullMask,
-                     FieldType::Type(slot.type), slot.length, slot.nullable);
-    }
-
 private:
     friend class Record;
     friend class TableUpdater;
@@ -127,18 +115,6 @@ private:
         }
     };
 
-    // What a field access needs of a column, packed: the definitions themselves are large
-    // and would spread a row's reads over many cache lines.
-    struct ColumnSlot
-    {
-        qint32 offset = 0;   // of the data in the column area
-        qint32 length = 0;   // as in the definition
-        qint32 nullByte = 0; // offset of the column's null byte in the column area
-        quint8 nullMask = 0;
-        quint8 type = 0;
-        bool nullable = false;
-    };
-
     void widenColumns(Batch& batch, int first, int last);
     void dispatch(Batch& batch);
     void resolveInserts(Batch& batch);
@@ -149,6 +125,7 @@ private:
     QString m_description;
     QVector<TableColumnDef> m_columns;
     std::vector<ColumnSlot> m_slots; // one per column, in column order
+    RowLayout m_layout; // what the rows point to
     QHash<QString, int> m_columnByName;
     int m_columnsEnd = 0; // end of the last column's data
     int m_nullOffset = 0;

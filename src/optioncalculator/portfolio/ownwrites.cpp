@@ -7,9 +7,10 @@
 #include <algorithm>
 #include <utility>
 
-OwnWrites::RowScope::RowScope(OwnWrites& writes, Table* table, const Record& row)
+OwnWrites::RowScope::RowScope(OwnWrites& writes, Table* table, const Record& row,
+                               quint32 triggers)
     : m_writes(writes), m_table(table), m_outerRow(std::move(writes.m_row)),
-      m_outerColumns(writes.m_rowColumns)
+      m_outerColumns(writes.m_rowColumns), m_triggers(triggers)
 {
     // The handles move rather than copy: a valuation opens a scope for every row.
     m_writes.m_row = row;
@@ -24,21 +25,18 @@ OwnWrites::RowScope::~RowScope()
     m_writes.m_rowColumns = m_outerColumns;
     if (columns == 0 || !m_table || !row.inTable())
         return;
-    m_writes.note(row, columns);
+    m_writes.note(row, columns, (columns & m_triggers) != 0);
     const int first = int(qCountTrailingZeroBits(columns));
     const int last = 31 - int(qCountLeadingZeroBits(columns));
     m_table->updated(row, first, last, -1);
 }
 
-void OwnWrites::written(Table* table, const Record& row, int column)
+void OwnWrites::writtenOutsideScope(Table* table, const Record& row, int column)
 {
     if (!table || !row.inTable() || row.table() != table)
         return;
-    if (row == m_row && bit(column)) {
-        m_rowColumns |= bit(column);
-        return;
-    }
-    note(row, bit(column));
+    // Outside a row's valuation nothing says what the write means to the row.
+    note(row, bit(column), true);
     table->updated(row, column, column, -1);
 }
 
@@ -67,26 +65,32 @@ void OwnWrites::beginBatch(const QList<Record>& updated, const QList<Record>& re
         std::stable_sort(m_pending.begin(), m_pending.end());
     auto last = m_pending.begin();
     for (auto it = m_pending.begin() + 1; it != m_pending.end(); ++it) {
-        if (it->row == last->row)
+        if (it->row == last->row) {
             last->columns |= it->columns;
-        else if (++last != it)
+            last->triggers = last->triggers || it->triggers;
+        } else if (++last != it)
             *last = std::move(*it);
     }
     m_pending.erase(last + 1, m_pending.end());
 
     const size_t earlier = m_batch.size();
     size_t next = 0;
+    bool inert = earlier == 0 && !updated.isEmpty();
     for (const Record& row : updated) {
         const auto it = find(m_pending, row, &next);
-        if (it == m_pending.end() || it->taken)
+        if (it == m_pending.end() || it->taken) {
+            inert = false; // a change of somebody else's
             continue;
+        }
         it->taken = true;
+        inert = inert && !it->triggers;
         const auto told = std::lower_bound(m_batch.begin(), m_batch.begin() + earlier, *it);
         if (told != m_batch.begin() + earlier && told->row == row)
-            *told = {row, it->columns};
+            *told = {row, it->columns, it->triggers};
         else
-            m_batch.push_back({row, it->columns});
+            m_batch.push_back({row, it->columns, it->triggers});
     }
+    m_batchInert = inert;
     next = 0;
     for (const Record& row : removed) {
         const auto it = find(m_pending, row, &next);

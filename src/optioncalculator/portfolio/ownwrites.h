@@ -24,7 +24,8 @@ public:
     class RowScope
     {
     public:
-        RowScope(OwnWrites& writes, Table* table, const Record& row);
+        // triggers: the columns whose write makes the row be valued again.
+        RowScope(OwnWrites& writes, Table* table, const Record& row, quint32 triggers);
         ~RowScope();
         RowScope(const RowScope&) = delete;
         RowScope& operator=(const RowScope&) = delete;
@@ -34,11 +35,19 @@ public:
         Table* m_table;
         Record m_outerRow;
         quint32 m_outerColumns;
+        quint32 m_triggers;
     };
 
     // A cell of a row of table was written; the table is told now, or when the row's scope
     // ends. Columns from 32 on are told but not noted.
-    void written(Table* table, const Record& row, int column);
+    void written(Table* table, const Record& row, int column)
+    {
+        if (row == m_row && bit(column) && !row.isNull()) {
+            m_rowColumns |= bit(column);
+            return;
+        }
+        writtenOutsideScope(table, row, column);
+    }
 
     // The writes that a batch carries, taken before the batch is told; writes made while
     // it is told go out with the next one.
@@ -48,7 +57,11 @@ public:
         m_batch.clear();
         m_batchLeft = 0;
         m_batchNext = 0;
+        m_batchInert = false;
     }
+    // Whether the told batch holds nothing but own writes that value no row again: the
+    // notices of its changes need no look at the rows.
+    bool batchIsInert() const { return m_batchInert; }
     bool batchHasWrites() const { return m_batchLeft > 0; }
     // Takes the columns written in a row of the told batch; false if the row has none.
     bool takeBatchColumns(const Record& row, quint32* columns)
@@ -64,6 +77,7 @@ private:
     {
         Record row;
         quint32 columns = 0;
+        bool triggers = true; // the writes value the row again
         bool taken = false;
 
         bool operator<(const Write& other) const { return row < other.row; }
@@ -74,13 +88,18 @@ private:
     // next: where the entry after the last one found stands.
     static std::vector<Write>::iterator find(std::vector<Write>& writes, const Record& row,
                                              size_t* next);
-    void note(const Record& row, quint32 columns) { m_pending.push_back({row, columns}); }
+    void note(const Record& row, quint32 columns, bool triggers)
+    {
+        m_pending.push_back({row, columns, triggers});
+    }
+    void writtenOutsideScope(Table* table, const Record& row, int column);
     bool takeFromBatch(const Record& row, quint32* columns);
 
     std::vector<Write> m_pending;
     std::vector<Write> m_batch;
     size_t m_batchLeft = 0; // entries of the batch not yet taken
     size_t m_batchNext = 0;
+    bool m_batchInert = false;
     Record m_row;
     quint32 m_rowColumns = 0;
 };

@@ -249,6 +249,9 @@ void VirtualPortfolioModel::onModelDataChanged(const QModelIndex& topLeft,
                                                const QModelIndex& bottomRight,
                                                const QVector<int>& roles)
 {
+    // The notices of the valuation's own Greeks and derived values: nothing to value.
+    if (m_ownWrites.batchIsInert())
+        return;
     if (roles.isEmpty() || roles.contains(Qt::DisplayRole))
         valueRows(topLeft, bottomRight);
 }
@@ -425,7 +428,11 @@ bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Tri
     bool greeks = false;
     {
         // The row's writes are told to the table once, over the columns written.
-        const OwnWrites::RowScope writes(m_ownWrites, table(), record);
+        // A write of the flag, or of the value the row holds fixed, values the row again.
+        const quint32 triggers = OwnWrites::bit(m_columns.miv_mp_flag) |
+                                 (before & MivFixed ? OwnWrites::bit(m_columns.miv) : 0u) |
+                                 (before & MpFixed ? OwnWrites::bit(m_columns.mp) : 0u);
+        const OwnWrites::RowScope writes(m_ownWrites, table(), record, triggers);
         if (option)
             greeks = valueOption(row, record, security, before);
         else
