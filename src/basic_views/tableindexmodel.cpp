@@ -170,7 +170,7 @@ void TableIndexModel::scanFor(const std::vector<Located>& wanted, std::vector<Lo
         return;
     RowSet set(wanted.size());
     for (size_t i = 0; i < wanted.size(); ++i)
-        set.insert(wanted[i].record.rowBlock(), i);
+        set.insert(wanted[i].record->rowBlock(), i);
     size_t left = wanted.size();
     int row = 0;
     for (auto it = m_records.begin(); it != m_records.end() && left > 0; ++it, ++row) {
@@ -378,19 +378,19 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
         if (prepared) {
             const int pos = m_prepared[size_t(preparedAt)];
             if (pos >= 0) {
-                found.push_back({r, pos, isRemoved});
+                found.push_back({&r, pos, isRemoved});
                 return;
             }
         } else if (!orderMoved) {
             bool ok = false;
             const int pos = sortedPosition(r, &ok);
             if (ok) {
-                found.push_back({r, pos, isRemoved});
+                found.push_back({&r, pos, isRemoved});
                 return;
             }
         } else {
             // Keys changed in place: the order cannot lead to any row.
-            unresolved.push_back({r, -1, isRemoved});
+            unresolved.push_back({&r, -1, isRemoved});
             updatedFound = updatedFound && isRemoved;
             return;
         }
@@ -399,7 +399,7 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
         // elsewhere: written in place before it went, or ordered by data from outside the
         // table that changed unannounced. A walk makes sure it is not shown twice.
         if (filter(r))
-            unresolved.push_back({r, -1, isRemoved});
+            unresolved.push_back({&r, -1, isRemoved});
     };
     for (int i = 0; i < removed.size(); ++i)
         resolve(removed.at(i), true, i);
@@ -413,7 +413,7 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
     std::vector<Located> changed;
     changed.reserve(found.size());
     for (const Located& l : found) {
-        if (l.removed || !filter(l.record)) {
+        if (l.removed || !filter(*l.record)) {
             leaving.push_back(l.position);
             continue;
         }
@@ -426,7 +426,7 @@ void TableIndexModel::applyBatch(const QList<Record>& removed, const QList<Recor
         std::vector<const unsigned char*> present;
         present.reserve(found.size());
         for (const Located& l : found)
-            present.push_back(l.record.rowBlock());
+            present.push_back(l.record->rowBlock());
         std::sort(present.begin(), present.end());
         for (const Record& r : updated)
             if (r.table() == t &&
@@ -494,14 +494,14 @@ void TableIndexModel::moveRows(std::vector<Located>& displaced)
     std::vector<const unsigned char*> waiting;
     waiting.reserve(displaced.size());
     for (const Located& d : displaced)
-        waiting.push_back(d.record.rowBlock());
+        waiting.push_back(d.record->rowBlock());
     std::sort(waiting.begin(), waiting.end());
     auto isWaiting = [&](int row) {
         return std::binary_search(waiting.begin(), waiting.end(), m_records.at(row).rowBlock());
     };
 
     for (size_t k = 0; k < displaced.size(); ++k) {
-        const Record record = displaced[k].record;
+        const Record record = *displaced[k].record;
         const int from = displaced[k].position;
         int lo = 0, hi = m_records.count();
         while (lo < hi) {
@@ -614,7 +614,7 @@ void TableIndexModel::emitChanged(const std::vector<Located>& changed, int first
             continue;
         }
         bool found = false;
-        const int pos = sortedPosition(l.record, &found);
+        const int pos = sortedPosition(*l.record, &found);
         if (found)
             rows.push_back(pos);
         else

@@ -59,9 +59,10 @@ public:
     static constexpr int MaxMovesPerBatch = 256;
 
 private:
+    // A record of the batch being applied, which holds it: no handle needs copying.
     struct Located
     {
-        Record record;
+        const Record* record;
         int position;
         bool removed;
     };

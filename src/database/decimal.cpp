@@ -262,11 +262,9 @@ QVariant decimal::toVariant() const
     return QVariant::fromValue(*this);
 }
 
-decimal decimal::fromDouble(double value, short scale)
+decimal decimal::fromDoubleExact(double value, short scale)
 {
-    static constexpr double Powers[MaxScale + 1] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
-                                                    1e7,  1e8,  1e9,  1e10, 1e11, 1e12, 1e13,
-                                                    1e14, 1e15, 1e16, 1e17, 1e18};
+    const double* Powers = DoublePowers;
     int s = scale < 0 ? 0 : (scale > MaxScale ? MaxScale : scale);
     if (std::isnan(value))
         return make(0, s);

@@ -31,29 +31,29 @@ public:
     Field(const Field&) = default;
 
     bool isValid() const { return m_data != nullptr; }
-    bool isNull() const { return !m_data || (m_nullable && !(*m_nullByte & m_nullMask)); }
+    Q_ALWAYS_INLINE bool isNull() const { return !m_data || (m_nullable && !(*m_nullByte & m_nullMask)); }
     FieldType::Type type() const { return FieldType::Type(m_type); }
     int length() const { return m_length; }
     bool isNullable() const { return m_nullable; }
 
     // The reads of a cell of the type asked for are inline: the valuation makes millions.
-    int toInteger() const
+    Q_ALWAYS_INLINE int toInteger() const
     {
         return m_type == FieldType::Integer && !isNull() ? stored<qint32>() : convertedInteger();
     }
-    qint64 toInteger64() const
+    Q_ALWAYS_INLINE qint64 toInteger64() const
     {
         return (m_type == FieldType::Integer64 || m_type == FieldType::DateTime) && !isNull()
                    ? stored<qint64>()
                    : convertedInteger64();
     }
-    double toDouble() const
+    Q_ALWAYS_INLINE double toDouble() const
     {
         if (m_type == FieldType::Decimal && !isNull())
             return decimal::fromRaw(stored<qint64>()).toDouble();
         return m_type == FieldType::Double && !isNull() ? stored<double>() : convertedDouble();
     }
-    decimal toDecimal() const
+    Q_ALWAYS_INLINE decimal toDecimal() const
     {
         return m_type == FieldType::Decimal && !isNull() ? decimal::fromRaw(stored<qint64>())
                                                           : convertedDecimal();
@@ -61,7 +61,7 @@ public:
     datetime toDatetime() const;
     QDate toQDate() const;
     // The first character of a text; QChar() if none.
-    QChar toChar() const
+    Q_ALWAYS_INLINE QChar toChar() const
     {
         return m_type == FieldType::String && m_length > 0 && !isNull()
                    ? QChar(stored<char16_t>())

@@ -46,8 +46,11 @@ public:
 
     // The cell of a column; a column the table lacks gives a field that reads as
     // null, zero or empty and writes nowhere.
-    Field data(int column) { return m_row ? header()->cell(column) : Field(); }
-    Field data(int column) const { return m_row ? header()->cell(column) : Field(); }
+    Q_ALWAYS_INLINE Field data(int column) { return m_row ? header()->cell(column) : Field(); }
+    Q_ALWAYS_INLINE Field data(int column) const
+    {
+        return m_row ? header()->cell(column) : Field();
+    }
     Field data(const QString& columnName);
     Field data(const QString& columnName) const;
 

@@ -68,6 +68,14 @@ public:
         m_count = 0;
     }
 
+    // Takes over the storage of an emptied map when that is small enough to clear cheaply.
+    void reuse(RowMap& other)
+    {
+        if (m_count == 0 && other.m_count == 0 && other.m_slots.size() > m_slots.size() &&
+            other.m_slots.size() <= 1024)
+            m_slots.swap(other.m_slots);
+    }
+
     // Calls f(int&) on every number, in no particular order.
     template <typename F> void forEachValue(F f)
     {

@@ -257,6 +257,7 @@ void Table::endUpdate()
                 index->dependentBeginUpdate(this);
         }
         dispatch(batch);
+        m_batch.reuseSets(batch);
         for (Index* index : QList<Index*>(m_indexes))
             if (m_indexes.contains(index))
                 index->endUpdate();
@@ -295,13 +296,45 @@ void Table::insertRecord(const Record& record)
     endUpdate();
 }
 
+void Table::Batch::setValues(int at, const Record& values)
+{
+    if (!replacing) {
+        if (values == updated.at(at))
+            return;
+        replaced = updated;
+        replacing = true;
+    }
+    replaced[at] = values;
+}
+
+void Table::Batch::appendUpdate(const Record& row, const Record& values)
+{
+    updatedAt.insert(row, updated.size());
+    updated.append(row);
+    if (replacing)
+        replaced.append(values);
+    else if (values != row)
+        setValues(updated.size() - 1, values);
+}
+
+void Table::Batch::reuseSets(Batch& told)
+{
+    told.removedSet.clear();
+    told.updatedAt.clear();
+    told.insertedSet.clear();
+    removedSet.reuse(told.removedSet);
+    updatedAt.reuse(told.updatedAt);
+    insertedSet.reuse(told.insertedSet);
+}
+
 void Table::removeUpdate(Batch& batch, const Record& record)
 {
     const int at = batch.updatedAt.value(record, -1);
     if (at < 0)
         return;
     batch.updated.removeAt(at);
-    batch.replaced.removeAt(at);
+    if (batch.replacing)
+        batch.replaced.removeAt(at);
     batch.updatedAt.remove(record);
     batch.updatedAt.forEachValue([at](int& position) {
         if (position > at)
@@ -337,31 +370,35 @@ void Table::updateRecord(const Record& record, const Record& values, int firstCo
         return;
     }
     beginUpdate();
-    if (!m_batch.removedSet.contains(record)) {
-        const int at = m_batch.updatedAt.value(record, -1);
-        if (at >= 0) {
-            Record pending = m_batch.replaced.at(at);
-            if (values != record)
-                m_batch.replaced[at] = values;
-            else if (pending != record)
-                // A change in place on top of pending values: keep it in the pending row,
-                // which is what the row will be.
-                for (int c = qMax(0, firstColumn); c <= qMin(lastColumn, m_columns.size() - 1); ++c)
-                    pending.data(c) = record.data(c);
-        } else {
-            m_batch.updatedAt.insert(record, m_batch.updated.size());
-            m_batch.updated.append(record);
-            m_batch.replaced.append(values);
-        }
-        widenColumns(m_batch, firstColumn, lastColumn);
-    }
+    noteUpdate(record, values, firstColumn, lastColumn);
     endUpdate();
+}
+
+void Table::noteUpdate(const Record& record, const Record& values, int firstColumn,
+                       int lastColumn)
+{
+    if (m_batch.removedSet.contains(record))
+        return;
+    const int at = m_batch.updatedAt.value(record, -1);
+    if (at >= 0) {
+        Record pending = m_batch.valuesAt(at);
+        if (values != record)
+            m_batch.setValues(at, values);
+        else if (pending != record)
+            // A change in place on top of pending values: keep it in the pending row,
+            // which is what the row will be.
+            for (int c = qMax(0, firstColumn); c <= qMin(lastColumn, m_columns.size() - 1); ++c)
+                pending.data(c) = record.data(c);
+    } else {
+        m_batch.appendUpdate(record, values);
+    }
+    widenColumns(m_batch, firstColumn, lastColumn);
 }
 
 Record Table::pendingValues(const Record& record) const
 {
     const int at = m_batch.updatedAt.value(record, -1);
-    return at >= 0 ? m_batch.replaced.at(at) : record;
+    return at >= 0 ? m_batch.valuesAt(at) : record;
 }
 
 Record Table::findRow(const Record& key) const
@@ -382,6 +419,7 @@ void Table::clear()
     beginUpdate();
     m_batch.updated.clear();
     m_batch.replaced.clear();
+    m_batch.replacing = false;
     m_batch.updatedAt.clear();
     m_batch.inserted.clear();
     m_batch.insertedSet.clear();
@@ -402,7 +440,8 @@ void Table::updated(const Record& record, int firstColumn, int lastColumn, int p
     if (record.isNull() || record.table() != this || !record.inTable())
         return;
     if (m_updateDepth > 0 || m_dispatching) {
-        updateRecord(record, record, firstColumn, lastColumn);
+        // Inside a batch the bracket would only count up and down.
+        noteUpdate(record, record, firstColumn, lastColumn);
         return;
     }
     if (m_master->keyDependsOn(firstColumn, lastColumn)) {
@@ -446,13 +485,10 @@ void Table::resolveInserts(Batch& batch)
             continue;
         }
         const int at = batch.updatedAt.value(existing, -1);
-        if (at >= 0) {
-            batch.replaced[at] = r;
-        } else {
-            batch.updatedAt.insert(existing, batch.updated.size());
-            batch.updated.append(existing);
-            batch.replaced.append(r);
-        }
+        if (at >= 0)
+            batch.setValues(at, r);
+        else
+            batch.appendUpdate(existing, r);
         widenColumns(batch, 0, m_columns.size() - 1);
     }
     batch.inserted = inserted;
@@ -467,8 +503,11 @@ void Table::applyRows(Batch& batch)
     }
     const bool keyMayChange = m_master->keyDependsOn(batch.firstColumn, batch.lastColumn);
     for (int i = 0; i < batch.updated.size(); ++i) {
-        Record row = batch.updated.at(i);
+        // The batch holds the rows: a handle is taken only for those given new values.
         const Record& values = batch.replaced.at(i);
+        if (values == batch.updated.at(i) && !keyMayChange)
+            continue;
+        Record row = batch.updated.at(i);
         if (values == row) {
             if (keyMayChange) {
                 const int at = m_master->findByPointer(row);
@@ -508,6 +547,11 @@ void Table::dispatch(Batch& batch)
     if (batch.updated.isEmpty()) {
         batch.firstColumn = -1;
         batch.lastColumn = -1;
+    }
+    if (!batch.replacing) {
+        // The indexes are given the new values as a list of their own: here the rows.
+        batch.replaced = batch.updated;
+        batch.replacing = true;
     }
     const QList<Index*> indexes = m_indexes;
     for (Index* index : indexes)

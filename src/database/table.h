@@ -103,7 +103,10 @@ private:
         QList<Record> removed;
         RowMap removedSet;
         QList<Record> updated;
+        // The new values of the updated rows, kept only once an update brings values of
+        // its own: until then every row is its own new value.
         QList<Record> replaced;
+        bool replacing = false;
         RowMap updatedAt; // position in updated
         QList<Record> inserted;
         RowMap insertedSet;
@@ -113,8 +116,15 @@ private:
         {
             return removed.isEmpty() && updated.isEmpty() && inserted.isEmpty();
         }
+        const Record& valuesAt(int at) const { return replacing ? replaced.at(at) : updated.at(at); }
+        void setValues(int at, const Record& values);
+        void appendUpdate(const Record& row, const Record& values);
+        // Takes the sets' storage of a told batch, so that a tick allocates none of its own.
+        void reuseSets(Batch& told);
     };
 
+    // Notes an update in the open batch (or the one being told).
+    void noteUpdate(const Record& record, const Record& values, int firstColumn, int lastColumn);
     void widenColumns(Batch& batch, int first, int last);
     void dispatch(Batch& batch);
     void resolveInserts(Batch& batch);

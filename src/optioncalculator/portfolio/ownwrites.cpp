@@ -9,19 +9,19 @@
 
 OwnWrites::RowScope::RowScope(OwnWrites& writes, Table* table, const Record& row,
                                quint32 triggers)
-    : m_writes(writes), m_table(table), m_outerRow(std::move(writes.m_row)),
+    : m_writes(writes), m_table(table), m_outerRow(writes.m_row),
       m_outerColumns(writes.m_rowColumns), m_triggers(triggers)
 {
-    // The handles move rather than copy: a valuation opens a scope for every row.
-    m_writes.m_row = row;
+    // No handle is copied: a valuation opens a scope for every row.
+    m_writes.m_row = &row;
     m_writes.m_rowColumns = 0;
 }
 
 OwnWrites::RowScope::~RowScope()
 {
-    const Record row = std::move(m_writes.m_row);
+    const Record& row = *m_writes.m_row;
     const quint32 columns = m_writes.m_rowColumns;
-    m_writes.m_row = std::move(m_outerRow);
+    m_writes.m_row = m_outerRow;
     m_writes.m_rowColumns = m_outerColumns;
     if (columns == 0 || !m_table || !row.inTable())
         return;
@@ -112,7 +112,7 @@ bool OwnWrites::takeFromBatch(const Record& row, quint32* columns)
     const auto it = find(m_batch, row, &m_batchNext);
     if (it == m_batch.end() || it->taken)
         return false;
-    *columns = it->columns;
+    *columns = it->triggers ? it->columns : 0u;
     it->taken = true;
     --m_batchLeft;
     return true;

@@ -24,7 +24,8 @@ public:
     class RowScope
     {
     public:
-        // triggers: the columns whose write makes the row be valued again.
+        // triggers: the columns whose write makes the row be valued again. The row must
+        // outlive the scope.
         RowScope(OwnWrites& writes, Table* table, const Record& row, quint32 triggers);
         ~RowScope();
         RowScope(const RowScope&) = delete;
@@ -33,7 +34,7 @@ public:
     private:
         OwnWrites& m_writes;
         Table* m_table;
-        Record m_outerRow;
+        const Record* m_outerRow;
         quint32 m_outerColumns;
         quint32 m_triggers;
     };
@@ -42,7 +43,7 @@ public:
     // ends. Columns from 32 on are told but not noted.
     void written(Table* table, const Record& row, int column)
     {
-        if (row == m_row && bit(column) && !row.isNull()) {
+        if (m_row && row == *m_row && bit(column) && !row.isNull()) {
             m_rowColumns |= bit(column);
             return;
         }
@@ -63,7 +64,8 @@ public:
     // notices of its changes need no look at the rows.
     bool batchIsInert() const { return m_batchInert; }
     bool batchHasWrites() const { return m_batchLeft > 0; }
-    // Takes the columns written in a row of the told batch; false if the row has none.
+    // Takes the columns written in a row of the told batch; false if the row has none. The
+    // columns are none when the writes do not value the row again.
     bool takeBatchColumns(const Record& row, quint32* columns)
     {
         // Most walks see no batch at all: they need no look-up.
@@ -100,6 +102,6 @@ private:
     size_t m_batchLeft = 0; // entries of the batch not yet taken
     size_t m_batchNext = 0;
     bool m_batchInert = false;
-    Record m_row;
+    const Record* m_row = nullptr; // of the innermost row scope
     quint32 m_rowColumns = 0;
 };

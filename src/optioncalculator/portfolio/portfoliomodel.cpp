@@ -320,14 +320,28 @@ Record PortfolioModel::findSecurity(int stockId, int boardId, qint64 secId) cons
 Record PortfolioModel::securityOfEntry(const OptCalcRecord& entry, int stockId, int boardId,
                                        qint64 secId) const
 {
+    return entryHolds(entry, boardId) ? entry.record
+                                      : m_securityDirectory->recordById(stockId, boardId, secId);
+}
+
+bool PortfolioModel::entryHolds(const OptCalcRecord& entry, int boardId) const
+{
     // The calculator's directory holds the derivatives by (stock_id, sec_id) in a hash; it
     // is the same row that the terminal's reference finds by its whole key, at a fraction of
     // the cost. Other boards, and a row that has just left the table, go the long way.
     const Record& known = entry.record;
-    if (!known.isNull() && known.inTable() &&
-        known.data(m_securitiesColumns.board_id).toInteger() == boardId)
-        return known;
-    return m_securityDirectory->recordById(stockId, boardId, secId);
+    return !known.isNull() && known.inTable() &&
+           known.data(m_securitiesColumns.board_id).toInteger() == boardId;
+}
+
+void PortfolioModel::locateSecurity(int stockId, int boardId, qint64 secId,
+                                    FoundSecurity& found) const
+{
+    found.stock = stockId;
+    found.market = &m_optCalcDirectory->find(stockId, secId);
+    found.ofEntry = entryHolds(*found.market, boardId);
+    found.other = found.ofEntry ? Record()
+                                : m_securityDirectory->recordById(stockId, boardId, secId);
 }
 
 bool PortfolioModel::securityExists(const Record& row) const
@@ -458,15 +472,14 @@ void PortfolioModel::securitiesChanged(const QList<Record>& securitiesList)
         if (!isOwnRow(record))
             continue;
         FoundSecurity& f = found[size_t(row)];
-        f.stock = record.data(m_columns.stock_id).toInteger();
-        const int board = record.data(m_columns.board_id).toInteger();
-        const qint64 secId = record.data(m_columns.sec_id).toInteger64();
-        f.market = m_optCalcDirectory->find(f.stock, secId);
-        f.security = securityOfEntry(f.market, f.stock, board, secId);
-        if (f.security.isNull())
+        locateSecurity(record.data(m_columns.stock_id).toInteger(),
+                       record.data(m_columns.board_id).toInteger(),
+                       record.data(m_columns.sec_id).toInteger64(), f);
+        const Record& security = f.security();
+        if (security.isNull())
             continue;
-        const auto hit = std::lower_bound(securitiesList.begin(), securitiesList.end(), f.security);
-        if (hit != securitiesList.end() && *hit == f.security) {
+        const auto hit = std::lower_bound(securitiesList.begin(), securitiesList.end(), security);
+        if (hit != securitiesList.end() && *hit == security) {
             changed.insert(row, row + 1);
             f.row = record.rowBlock();
         }

@@ -187,18 +187,27 @@ protected:
     // The same, given the calculator directory's entry of (stockId, secId).
     Record securityOfEntry(const OptCalcRecord& entry, int stockId, int boardId,
                            qint64 secId) const;
+    // Whether the entry's own row is the security of that board.
+    bool entryHolds(const OptCalcRecord& entry, int boardId) const;
     // securityRecord() and baseRecord() of a security, for the valuation's inner loop.
     Record securityOf(const Record& row) const;
     Record baseOf(const Record& security) const;
 
-    // A row's securities as securitiesChanged() found them.
+    // A row's securities as securitiesChanged() found them. A tick finds them for every
+    // row, so no handle is copied in the common case: the entry stays in the directory,
+    // which nothing changes while the valuation runs, and the security is mostly the
+    // entry's own row.
     struct FoundSecurity
     {
         const unsigned char* row = nullptr; // the row's block; null for a row not found
         int stock = 0;
-        OptCalcRecord market;
-        Record security;
+        const OptCalcRecord* market = nullptr; // the directory's entry of (stock, sec_id)
+        bool ofEntry = false;                  // the security is the entry's own row
+        Record other;                          // else the security found the long way
+        const Record& security() const { return ofEntry ? market->record : other; }
     };
+    // Looks up the securities of a key into found (row is left alone).
+    void locateSecurity(int stockId, int boardId, qint64 secId, FoundSecurity& found) const;
     // What securitiesChanged() found for a row of a changed security, while it tells of the
     // change: the valuation that its notices start need not look it up again. Null for
     // another record, or at any other time.

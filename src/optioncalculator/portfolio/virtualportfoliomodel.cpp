@@ -202,7 +202,19 @@ bool VirtualPortfolioModel::writeDecimalIfChanged(const Record& record, int colu
 
 bool VirtualPortfolioModel::writeDoubleIfChanged(const Record& record, int column, double value)
 {
-    return writeDecimalIfChanged(record, column, decimal::fromDouble(value, scaleOf(column)));
+    Field field = record.data(column);
+    if (field.type() != FieldType::Decimal)
+        return writeDecimalIfChanged(record, column, decimal::fromDouble(value, scaleOf(column)));
+    // The valuation writes every Greek of every row this way. At the cell's own scale equal
+    // values are equal bits; a value too large for it takes the general path.
+    const decimal stored = decimal::fromDouble(value, short(field.length()));
+    if (stored.scale() != field.length())
+        return writeDecimalIfChanged(record, column, stored);
+    if (!stored.isZero() && !field.isNull() && field.toDecimal().raw() == stored.raw())
+        return false;
+    field = stored;
+    m_ownWrites.written(table(), record, column);
+    return true;
 }
 
 bool VirtualPortfolioModel::writeInt64IfChanged(const Record& record, int column, qint64 value)
@@ -322,7 +334,8 @@ void VirtualPortfolioModel::valueRows(const QModelIndex& topLeft, const QModelIn
     // The views get the same Greek cells as from one notice a row, one notice a pass.
     int greeksFirst = -1, greeksLast = -1;
     for (int row = first; row <= last; ++row) {
-        const Record record = at(row);
+        // No row moves while the batch is held, and so no handle needs holding.
+        const Record& record = at(row);
         quint32 written = 0;
         const Trigger trigger =
             m_ownWrites.takeBatchColumns(record, &written) ? triggerOfWrites(written) : ofRange;
@@ -344,13 +357,16 @@ void VirtualPortfolioModel::emitGreeksChanged(int first, int last)
 
 VirtualPortfolioModel::Pass::Pass(VirtualPortfolioModel& model) : m_model(model)
 {
-    ++m_model.m_passDepth;
+    if (m_model.m_passDepth++ == 0)
+        m_model.m_passNow = m_model.now();
 }
 
 VirtualPortfolioModel::Pass::~Pass()
 {
-    if (--m_model.m_passDepth == 0)
+    if (--m_model.m_passDepth == 0) {
         m_model.m_passBases.clear();
+        m_model.m_passExpiries.clear();
+    }
 }
 
 bool VirtualPortfolioModel::basePriceOf(const Record& base, double* price) const
@@ -389,23 +405,17 @@ bool VirtualPortfolioModel::passBasePrice(const Record& security, double* price)
     return known.priced;
 }
 
-VirtualPortfolioModel::RowSecurity VirtualPortfolioModel::rowSecurity(int row,
-                                                                      const Record& record) const
+void VirtualPortfolioModel::rowSecurity(int row, const Record& record, RowSecurity& s) const
 {
-    RowSecurity s;
     if (const FoundSecurity* found = foundSecurity(row, record)) {
-        s.market = found->market;
-        s.security = found->security;
+        static_cast<FoundSecurity&>(s) = *found;
         s.exists = found->stock == 1 || securityExists(record);
-        return s;
+        return;
     }
-    const int stock = record.data(m_columns.stock_id).toInteger();
-    const int board = record.data(m_columns.board_id).toInteger();
-    const qint64 secId = record.data(m_columns.sec_id).toInteger64();
-    s.market = m_optCalcDirectory->find(stock, secId);
-    s.security = securityOfEntry(s.market, stock, board, secId);
-    s.exists = stock == 1 ? !s.security.isNull() : securityExists(record);
-    return s;
+    locateSecurity(record.data(m_columns.stock_id).toInteger(),
+                   record.data(m_columns.board_id).toInteger(),
+                   record.data(m_columns.sec_id).toInteger64(), s);
+    s.exists = s.stock == 1 ? !s.security().isNull() : securityExists(record);
 }
 
 bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Trigger& trigger)
@@ -422,7 +432,8 @@ bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Tri
     const bool option = sectypeOf(record).toChar() == QLatin1Char('O');
     if (!direct && !(option ? trigger.optionMarket : trigger.futureMarket))
         return false;
-    const RowSecurity security = rowSecurity(row, record);
+    RowSecurity security;
+    rowSecurity(row, record, security);
     if (!security.exists)
         return false;
     bool greeks = false;
@@ -446,25 +457,38 @@ bool VirtualPortfolioModel::valueRecord(int row, const Record& record, const Tri
 void VirtualPortfolioModel::valueOptionRow(int row)
 {
     const Record record = at(row);
-    if (isOwnRow(record) && valueOption(row, record, rowSecurity(row, record), flagOf(record)))
+    if (!isOwnRow(record))
+        return;
+    bool greeks = false;
+    {
+        // The row's writes go out as one batch.
+        TableUpdater update(table());
+        RowSecurity security;
+        rowSecurity(row, record, security);
+        greeks = valueOption(row, record, security, flagOf(record));
+    }
+    if (greeks)
         emitGreeksChanged(row, row);
 }
 
 void VirtualPortfolioModel::valueFutureRow(int row)
 {
     const Record record = at(row);
-    if (isOwnRow(record))
-        valueFuture(row, record, rowSecurity(row, record), flagOf(record));
+    if (!isOwnRow(record))
+        return;
+    TableUpdater update(table());
+    RowSecurity security;
+    rowSecurity(row, record, security);
+    valueFuture(row, record, security, flagOf(record));
 }
 
 bool VirtualPortfolioModel::valueOption(int row, const Record& record, const RowSecurity& security,
                                         int flag)
 {
-    if (security.market.isNull())
+    if (security.market->isNull())
         return false;
-    const OptCalcColumns& c = *security.market.columns;
-    const Record& market = security.market.record;
-    TableUpdater update(table());
+    const OptCalcColumns& c = *security.market->columns;
+    const Record& market = security.market->record;
 
     if (flag == 0) {
         // Market values only: the row mirrors the market, and the delegates show the
@@ -474,9 +498,9 @@ bool VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
         return false;
     }
     VolatInputParams in;
-    if (!fillInputs(record, security.market, security.security, in))
+    if (!fillInputs(record, *security.market, security.security(), in))
         return false;
-    const VolatBand band = volatBand(security.security);
+    const VolatBand band = volatBand(security.security());
     const bool isPut = market.data(c.option_type).toChar() == QLatin1Char('P');
     VolatOutputParams out;
     bool haveParams = false;
@@ -562,11 +586,10 @@ bool VirtualPortfolioModel::valueOption(int row, const Record& record, const Row
 void VirtualPortfolioModel::valueFuture(int row, const Record& record, const RowSecurity& security,
                                         int flag)
 {
-    if (security.market.isNull())
+    if (security.market->isNull())
         return;
-    const OptCalcColumns& c = *security.market.columns;
-    const Record& market = security.market.record;
-    TableUpdater update(table());
+    const OptCalcColumns& c = *security.market->columns;
+    const Record& market = security.market->record;
 
     if (flag == 0) {
         writeDecimalIfChanged(record, m_columns.mp, market.data(c.cur_kotir_real).toDecimal());
@@ -641,15 +664,28 @@ bool VirtualPortfolioModel::fillInputs(const Record& row, const OptCalcRecord& s
     datetime expiry = row.data(m_columns.expdate).toDatetime();
     if (expiry.isNull() && !option.isNull())
         expiry = option.data(m_securitiesColumns.expdate).toDatetime();
-    if (expiry.isNull())
-        return false;
-    double seconds = double(expiry - now()) / 1000.0;
+    return !expiry.isNull() && sqrtTimeTo(expiry, &params.sqrtTime);
+}
+
+bool VirtualPortfolioModel::sqrtTimeTo(const datetime& expiry, double* root) const
+{
+    if (m_passDepth > 0) {
+        for (const PassExpiry& known : m_passExpiries) {
+            if (known.expiry == expiry) {
+                *root = known.sqrtTime;
+                return true;
+            }
+        }
+    }
+    double seconds = double(expiry - (m_passDepth > 0 ? m_passNow : now())) / 1000.0;
     if (seconds <= 0.0)
         seconds = 0.01;
-    const double root = std::sqrt(seconds / SecondsPerYear);
-    if (std::isinf(root))
+    *root = std::sqrt(seconds / SecondsPerYear);
+    if (std::isinf(*root))
         return false;
-    params.sqrtTime = root;
+    // A portfolio's options expire on a few dates.
+    if (m_passDepth > 0 && m_passExpiries.size() < 16)
+        m_passExpiries.push_back({expiry, *root});
     return true;
 }
 

@@ -176,10 +176,8 @@ private:
         bool any() const { return flag || miv || mp || optionMarket || futureMarket; }
     };
     // The securities of a row, looked up once for its valuation.
-    struct RowSecurity
+    struct RowSecurity : FoundSecurity
     {
-        OptCalcRecord market;
-        Record security;
         bool exists = false;
     };
 
@@ -197,7 +195,8 @@ private:
     void saveRow(Settings& settings, const Record& record) const;
 
     // One pass of valuation over the rows. The securities do not change while it runs, so
-    // the price of an option series' base future is looked up once a pass.
+    // the price of an option series' base future is looked up once a pass; and the clock
+    // is read once, since a pass values all rows at one moment.
     class Pass
     {
     public:
@@ -213,11 +212,15 @@ private:
     bool basePriceOf(const Record& base, double* price) const;
     // basePriceOf() the base of a security, remembered for the pass that runs.
     bool passBasePrice(const Record& security, double* price) const;
+    // The square root of the years from the valuation's clock to an expiry (a moment past
+    // it counts as a hundredth of a second), remembered for the pass that runs; false when
+    // it is not finite.
+    bool sqrtTimeTo(const datetime& expiry, double* root) const;
 
     Trigger triggerOfColumns(int left, int right) const;
     Trigger triggerOfWrites(quint32 columns) const;
     // The row's securities; those securitiesChanged() found when it is the one telling.
-    RowSecurity rowSecurity(int row, const Record& record) const;
+    void rowSecurity(int row, const Record& record, RowSecurity& security) const;
     // True when the row's Greeks were valued; the caller tells the views.
     bool valueRecord(int row, const Record& record, const Trigger& trigger);
     // flag: the row's miv_mp_flag as the valuation starts.
@@ -256,6 +259,7 @@ private:
     };
     mutable QHash<int, Smile> m_smiles;
     int m_passDepth = 0;
+    datetime m_passNow; // the clock as the outermost pass started
     // The prices of the base futures found in the pass that runs, by the sec_id an option
     // names.
     struct PassBase
@@ -265,6 +269,13 @@ private:
         double price = 0.0;
     };
     mutable std::vector<PassBase> m_passBases;
+    // The square roots of the years to the expiries met in the pass that runs.
+    struct PassExpiry
+    {
+        datetime expiry;
+        double sqrtTime = 0.0;
+    };
+    mutable std::vector<PassExpiry> m_passExpiries;
     QVector<short> m_scales; // by column of the table
     short m_mivScale = 0;
     short m_mpScale = 0;
