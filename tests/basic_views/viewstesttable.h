@@ -8,6 +8,7 @@
 #include "database/tableupdater.h"
 
 #include <QDate>
+#include <QLocale>
 #include <QStringList>
 
 #include <algorithm>
@@ -105,6 +106,26 @@ struct ViewsTestTable
 
     QPointer<Table> table;
 };
+
+inline int byField(int column, const Record& a, const Record& b)
+{
+    return a.data(column).compare(b.data(column));
+}
+
+// A number as the system locale writes it.
+inline QString point(QString text)
+{
+    return text.replace(QLatin1Char('.'), QLocale::system().decimalPoint());
+}
+
+// The rows' security ids, for failure messages.
+inline QString keys(const std::vector<Record>& rows)
+{
+    QStringList out;
+    for (const Record& r : rows)
+        out << QString::number(r.data(ViewsTestTable::SecId).toInteger64());
+    return out.join(QLatin1Char(','));
+}
 
 // Remembers the lists of the last batch the table announced (or the single update).
 class BatchRecorder : public Index
