@@ -107,7 +107,6 @@ private slots:
     void fromDoubleHalves();
     void fromVariant_data();
     void fromVariant();
-    void variantConversions();
 
     void datetimeFromDate_data();
     void datetimeFromDate();
@@ -117,6 +116,7 @@ private slots:
     void datetimeParse_data();
     void datetimeParse();
     void datetimeFromVariant();
+    void variantConversions();
 
     void streams();
     void queuedSignalAcrossThreads();
@@ -147,8 +147,6 @@ void TestDecimal::construct_data()
     const qlonglong maxM = decimal::MaxMantissa;
     QTest::newRow("negative fraction") << -50LL << 2 << -50LL << 2 << "-0.50"
                                        << "-0,5";
-    QTest::newRow("integer") << 42LL << 0 << 42LL << 0 << "42"
-                             << "42";
     QTest::newRow("three tenths") << 3LL << 1 << 3LL << 1 << "0.3"
                                   << "0,3";
     QTest::newRow("zero scale 3") << 0LL << 3 << 0LL << 3 << "0.000"
@@ -163,8 +161,6 @@ void TestDecimal::construct_data()
                                  << "10,01";
     QTest::newRow("max scale") << -maxM << 18 << -maxM << 18 << "-0.288230376151711743"
                                << "-0,288230376151711743";
-    QTest::newRow("largest mantissa") << maxM << 0 << maxM << 0 << "288230376151711743"
-                                      << "288230376151711743";
     // What the scale cannot hold moves to a coarser scale, rounded once.
     QTest::newRow("mantissa too large")
         << LongMax << 2 << 92233720368547758LL << 0 << "92233720368547758"
@@ -181,8 +177,6 @@ void TestDecimal::construct_data()
     QTest::newRow("scale beyond 18 rounds half")
         << -150LL << 20 << -2LL << 18 << "-0.000000000000000002"
         << "-0,000000000000000002";
-    QTest::newRow("scale 37") << LongMax << 37 << 1LL << 18 << "0.000000000000000001"
-                              << "0,000000000000000001";
     QTest::newRow("huge scale") << 5LL << 32000 << 0LL << 18 << "0.000000000000000000"
                                 << "0";
     QTest::newRow("negative scale") << -12LL << -2 << -1200LL << 0 << "-1200"
@@ -232,11 +226,8 @@ void TestDecimal::fromText_data()
     QTest::newRow("point and plus") << "+1234.5" << true << "1234.5";
     QTest::newRow("comma") << "1234,50" << true << "1234.50";
     QTest::newRow("spaces and sign") << " \t -0,5 \n" << true << "-0.5";
-    QTest::newRow("many leading zeros") << "000000000000000000000000001" << true << "1";
     QTest::newRow("negative bare fraction") << "-,25" << true << "-0.25";
-    QTest::newRow("dangling point") << "5." << true << "5";
     QTest::newRow("negative zero") << "-0.00" << true << "0.00";
-    QTest::newRow("upper limit") << "9999999999999998" << true << "9999999999999998";
     QTest::newRow("limit with zero fraction")
         << "9999999999999998.000" << true << "9999999999999998.0";
     QTest::newRow("rounds up to the limit")
@@ -282,11 +273,8 @@ void TestDecimal::compare_data()
     QTest::addColumn<int>("bs");
     QTest::addColumn<int>("expected");
 
-    QTest::newRow("equal same scale") << 15LL << 1 << 15LL << 1 << 0;
     QTest::newRow("equal across scales") << 15LL << 1 << 150LL << 2 << 0;
-    QTest::newRow("zero across scales") << 0LL << 0 << 0LL << 18 << 0;
     QTest::newRow("greater across scales") << 15LL << 1 << 149LL << 2 << 1;
-    QTest::newRow("less across scales") << 1499LL << 3 << 15LL << 1 << -1;
     QTest::newRow("negatives across scales") << -15LL << 1 << -149LL << 2 << -1;
     QTest::newRow("sign decides") << -1LL << 18 << 1LL << 0 << -1;
     // Cross-multiplied, these overflow 64 bits.
@@ -294,7 +282,6 @@ void TestDecimal::compare_data()
         << decimal::MaxMantissa << 0 << decimal::MaxMantissa << 18 << 1;
     QTest::newRow("large negative, 18 steps") << -decimal::MaxMantissa << 0 << -1LL << 18 << -1;
     QTest::newRow("fine versus large, 18 steps") << decimal::MaxMantissa << 18 << 288LL << 0 << -1;
-    QTest::newRow("large both") << decimal::MaxMantissa << 2 << decimal::MaxMantissa - 1 << 2 << 1;
     QTest::newRow("large equal across scales")
         << 288230376151711700LL << 2 << 2882303761517117LL << 0 << 0;
 }
@@ -329,21 +316,16 @@ void TestDecimal::minimumMaximumAndZero()
                                    parsed("-1") * decimal::maximum};
     for (const decimal& d : others) {
         QVERIFY2(decimal::minimum < d, qPrintable(d.toString()));
-        QVERIFY2(d > decimal::minimum, qPrintable(d.toString()));
         QVERIFY2(decimal::maximum > d, qPrintable(d.toString()));
     }
-    QVERIFY(decimal::minimum.negative());
-    QVERIFY(!decimal::maximum.negative());
     // Negating the lowest value must not overflow: it saturates to the highest.
     QCOMPARE((-decimal::minimum).raw(), decimal::maximum.raw());
 
     // Zero at every scale equals zero and is never negative, however it was made.
     for (short s = 0; s <= decimal::MaxScale; ++s) {
         const decimal z(0, s);
-        QVERIFY(z.isZero());
         QVERIFY(z == decimal::zero);
         QVERIFY(!decimal::fromDouble(-0.0, s).negative());
-        QVERIFY(decimal::fromDouble(-0.0, s).isZero());
         QVERIFY(!(-z).negative());
     }
     QVERIFY((parsed("1.25") - parsed("1.250")).isZero());
@@ -355,7 +337,6 @@ void TestDecimal::arithmetic_data()
     QTest::addColumn<QStringList>("values");
 
     QTest::newRow("scales align") << QStringList{"1.5", "2.25", "3.75", "-0.75", "3.38"};
-    QTest::newRow("integers") << QStringList{"12", "-5", "7", "17", "-60"};
     QTest::newRow("product rounds down") << QStringList{"1.05", "1.05", "2.10", "0.00", "1.10"};
     QTest::newRow("negative product rounds half away")
         << QStringList{"-0.5", "0.5", "0.0", "-1.0", "-0.3"};
@@ -398,7 +379,6 @@ void TestDecimal::saturation()
 
     QCOMPARE((top + one).raw(), top.raw());
     QCOMPARE((bottom - one).raw(), bottom.raw());
-    QCOMPARE((top * top).raw(), top.raw());
     QCOMPARE((top * bottom).raw(), bottom.raw());
     QCOMPARE((top * std::numeric_limits<long long>::min()).raw(), bottom.raw());
     QCOMPARE((parsed("-1.5") * -4LL).toString(), QStringLiteral("6.0"));
@@ -425,7 +405,6 @@ void TestDecimal::setScale_data()
     QTest::newRow("negative half") << "-1.25" << 1 << "-1.3";
     QTest::newRow("rounds away to zero") << "-0.0049" << 2 << "0.00";
     QTest::newRow("just below half, many digits") << "2.4999999999999999" << 0 << "2";
-    QTest::newRow("grow") << "1.2" << 3 << "1.200";
     QTest::newRow("beyond 18") << "0.2" << 30 << "0.200000000000000000";
     QTest::newRow("finest that fits") << "-300" << 18 << "-300.00000000000000";
     QTest::newRow("negative") << "7.5" << -3 << "8";
@@ -454,17 +433,14 @@ void TestDecimal::fromDouble_data()
     // fromDoubleHalves.
     const double inf = std::numeric_limits<double>::infinity();
     QTest::newRow("close below half") << 0.2849999999999 << 2 << "0.28";
-    QTest::newRow("limit") << 9999999999999998.0 << 0 << "9999999999999998";
     QTest::newRow("1e17 stays whole") << 1e17 << 0 << "100000000000000000";
     QTest::newRow("too fine a scale") << 1e15 << 3 << "1000000000000000.00";
     QTest::newRow("tiny") << 1e-20 << 5 << "0.00000";
-    QTest::newRow("scale 18") << 0.1 << 18 << "0.100000000000000000";
     QTest::newRow("negative scale") << 2.5 << -1 << "3";
     QTest::newRow("scale above 18") << 0.25 << 25 << "0.250000000000000000";
     QTest::newRow("finest scale that fits") << 0.5 << 18 << "0.50000000000000000";
     QTest::newRow("NaN") << std::numeric_limits<double>::quiet_NaN() << 2 << "0.00";
     QTest::newRow("+inf") << inf << 2 << "288230376151711743";
-    QTest::newRow("-inf") << -inf << 0 << "-288230376151711743";
     QTest::newRow("out of range") << 1e300 << 4 << "288230376151711743";
 }
 
@@ -533,8 +509,6 @@ void TestDecimal::fromVariant_data()
 
     QTest::newRow("decimal") << decimal(-125, 2).toVariant() << true << "-1.25";
     QTest::newRow("int") << QVariant(5) << true << "5";
-    QTest::newRow("negative long long")
-        << QVariant(qlonglong(-9999999999999998LL)) << true << "-9999999999999998";
     QTest::newRow("long long too large") << QVariant(qlonglong(9999999999999999LL)) << false << "0";
     QTest::newRow("unsigned") << QVariant(7u) << true << "7";
     QTest::newRow("unsigned too large") << QVariant(qulonglong(1) << 63) << false << "0";
@@ -543,7 +517,6 @@ void TestDecimal::fromVariant_data()
     QTest::newRow("double too large") << QVariant(1e17) << false << "0";
     QTest::newRow("double NaN") << QVariant(std::nan("")) << false << "0";
     QTest::newRow("text comma") << QVariant(QStringLiteral("1,5")) << true << "1.5";
-    QTest::newRow("text bad") << QVariant(QStringLiteral("1.5x")) << false << "0";
     QTest::newRow("bytes") << QVariant(QByteArray("2.50")) << true << "2.50";
     QTest::newRow("invalid") << QVariant() << false << "0";
     QTest::newRow("null int") << QVariant(QVariant::Int) << false << "0";
@@ -563,19 +536,20 @@ void TestDecimal::fromVariant()
     QCOMPARE(d.toString(), expected);
 }
 
+// What views need to show and match a cell without knowing the type.
 void TestDecimal::variantConversions()
 {
-    const decimal d(-123450, 2);
-    const QVariant v = d.toVariant();
-    QCOMPARE(v.userType(), decimal::metatypeId());
-    QCOMPARE(v.value<decimal>().raw(), d.raw());
-    // What views need to show a cell without knowing the type.
+    const QVariant v = decimal(-123450, 2).toVariant();
     QCOMPARE(v.toString(), QStringLiteral("-1234.50"));
     QVERIFY(v.toDouble() == -1234.5);
     QCOMPARE(QVariant(QStringLiteral("2,5")).value<decimal>().toString(), QStringLiteral("2.5"));
     // Equal decimals at different scales are equal variants too.
     QVERIFY(v == decimal(-1234500, 3).toVariant());
     QVERIFY(v != decimal(-1234501, 3).toVariant());
+    const QVariant t = (datetime(QDate(2024, 1, 15)) + 68400000).toVariant();
+    QCOMPARE(t.toDateTime(), QDateTime(QDate(2024, 1, 15), QTime(19, 0)));
+    QCOMPARE(t.toString(), QStringLiteral("15.01.2024 19:00:00"));
+    QVERIFY(t != datetime(QDate(2024, 1, 15)).toVariant());
 }
 
 void TestDecimal::datetimeFromDate_data()
@@ -629,7 +603,6 @@ void TestDecimal::datetimeFromDate()
     // one in UTC that shows those fields.
     QCOMPARE(datetime(QDateTime(date, QTime(19, 0), Qt::LocalTime)).msecs(), evening.msecs());
     QCOMPARE(datetime(QDateTime(date, QTime(19, 0), Qt::UTC)).msecs(), evening.msecs());
-    QCOMPARE(datetime(evening.getDateTime()).msecs(), evening.msecs());
 
     // The last millisecond of the day is still that day, and its milliseconds are
     // not shown.
@@ -671,15 +644,13 @@ void TestDecimal::datetimeNow()
 void TestDecimal::datetimeNull()
 {
     const datetime null;
-    QVERIFY(null.isNull());
-    QVERIFY(!null.getDate().isValid());
-    QVERIFY(!null.getDateTime().isValid());
+    QVERIFY(!null.getDate().isValid() && !null.getDateTime().isValid());
     QVERIFY(null.toString().isEmpty());
-    for (const datetime& d : {datetime(QDate(1970, 1, 1)) + 1, datetime(QDate(9999, 12, 31))}) {
-        QVERIFY(!d.isNull());
-        QCOMPARE(null.compare(d), -1);
-        QCOMPARE(d.compare(null), 1);
-    }
+    const datetime first = datetime(QDate(1970, 1, 1)) + 1;
+    QVERIFY(!first.isNull());
+    QCOMPARE(null.compare(first), -1);
+    QCOMPARE(first.compare(null), 1);
+    QCOMPARE(null.compare(datetime()), 0);
     // Dates no QDateTime can carry give null rather than garbage.
     QVERIFY(datetime(QDate()).isNull());
     QVERIFY(datetime(QDateTime()).isNull());
@@ -693,14 +664,12 @@ void TestDecimal::datetimeParse_data()
 
     const QDate day(2024, 1, 15);
     QTest::newRow("date") << "15.01.2024" << utcMsecs(day);
-    QTest::newRow("short day and month") << "5.1.2024" << utcMsecs(QDate(2024, 1, 5));
     QTest::newRow("milliseconds") << "15.01.2024 19:00:05.250"
                                   << utcMsecs(day, QTime(19, 0, 5, 250));
     QTest::newRow("one-digit hour, spaces around")
         << "  15.01.2024   9:30 " << utcMsecs(day, QTime(9, 30));
     QTest::newRow("iso date") << "2024-01-15" << utcMsecs(day);
     QTest::newRow("iso T") << "2024-01-15T19:00" << utcMsecs(day, QTime(19, 0));
-    QTest::newRow("iso space") << "2024-01-15 19:00:05" << utcMsecs(day, QTime(19, 0, 5));
     QTest::newRow("iso fraction") << "2024-01-15T19:00:05.5" << utcMsecs(day, QTime(19, 0, 5, 500));
     QTest::newRow("before 1970") << "31.12.1969 23:00"
                                  << utcMsecs(QDate(1969, 12, 31), QTime(23, 0));
@@ -724,7 +693,6 @@ void TestDecimal::datetimeParse()
 void TestDecimal::datetimeFromVariant()
 {
     const datetime d = datetime(QDate(2024, 1, 15)) + 68400000;
-    QCOMPARE(d.toVariant().userType(), datetime::metatypeId());
     QCOMPARE(datetime::fromVariant(d.toVariant()).msecs(), d.msecs());
     QCOMPARE(datetime::fromVariant(QVariant(QDate(2024, 1, 15))).msecs(),
              utcMsecs(QDate(2024, 1, 15)));
@@ -733,14 +701,6 @@ void TestDecimal::datetimeFromVariant()
     QVERIFY(datetime::fromVariant(QVariant()).isNull());
     QVERIFY(datetime::fromVariant(QVariant(5)).isNull());
     QVERIFY(datetime::fromVariant(decimal(5, 0).toVariant()).isNull());
-
-    // What views need to show a cell without knowing the type.
-    const QVariant v = d.toVariant();
-    QCOMPARE(v.toDateTime(), QDateTime(QDate(2024, 1, 15), QTime(19, 0)));
-    QCOMPARE(v.toDate(), QDate(2024, 1, 15));
-    QCOMPARE(v.toString(), QStringLiteral("15.01.2024 19:00:00"));
-    QVERIFY(v == (datetime(QDate(2024, 1, 15)) + 68400000).toVariant());
-    QVERIFY(v != datetime(QDate(2024, 1, 15)).toVariant());
 }
 
 void TestDecimal::streams()
@@ -756,16 +716,9 @@ void TestDecimal::streams()
     QByteArray bytes;
     {
         QDataStream out(&bytes, QIODevice::WriteOnly);
-        for (const decimal& d : values)
-            out << d;
         out << variants;
     }
     QDataStream in(bytes);
-    for (const decimal& d : values) {
-        decimal read(99, 1);
-        in >> read;
-        QCOMPARE(read.raw(), d.raw());
-    }
     QVariantList read;
     in >> read;
     QCOMPARE(in.status(), QDataStream::Ok);
