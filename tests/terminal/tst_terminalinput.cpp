@@ -121,6 +121,7 @@ void TestTerminalInput::badCommandLines_data()
     QTest::newRow("seed too large") << QStringList{"--seed", "18446744073709551616"} << "--seed";
     QTest::newRow("seed with spaces") << QStringList{"--seed", " 7"} << "--seed";
     QTest::newRow("zero tick rate") << QStringList{"--tick-rate", "0"} << "--tick-rate";
+    QTest::newRow("huge tick rate") << QStringList{"--tick-rate", "1001"} << "--tick-rate";
     QTest::newRow("fractional tick rate") << QStringList{"--tick-rate", "2.5"} << "2.5";
     QTest::newRow("unknown market") << QStringList{"--market", "live"} << "live";
     QTest::newRow("csv without folder") << QStringList{"--market", "csv:"} << "--market";
