@@ -8,6 +8,7 @@
 #include "database/tableupdater.h"
 
 #include <QDate>
+#include <QLocale>
 #include <QStringList>
 
 #include <algorithm>
@@ -106,18 +107,36 @@ struct ViewsTestTable
     QPointer<Table> table;
 };
 
-// Remembers the lists of the last batch the table announced (or the single update).
+inline int byField(int column, const Record& a, const Record& b)
+{
+    return a.data(column).compare(b.data(column));
+}
+
+// A number as the system locale writes it.
+inline QString point(QString text)
+{
+    return text.replace(QLatin1Char('.'), QLocale::system().decimalPoint());
+}
+
+// The rows' security ids, for failure messages.
+inline QString keys(const std::vector<Record>& rows)
+{
+    QStringList out;
+    for (const Record& r : rows)
+        out << QString::number(r.data(ViewsTestTable::SecId).toInteger64());
+    return out.join(QLatin1Char(','));
+}
+
+// Remembers the rows updated since the last reset and the columns they changed.
 class BatchRecorder : public Index
 {
 public:
     explicit BatchRecorder(Table* table) : Index(table) { table->addIndex(this); }
 
-    void process(const QList<Record>& removed, const QList<Record>& updated, int first, int last,
-                 const QList<Record>& inserted) override
+    void process(const QList<Record>&, const QList<Record>& updated, int first, int last,
+                 const QList<Record>&) override
     {
-        this->removed += removed;
         this->updated += updated;
-        this->inserted += inserted;
         widen(first, last);
     }
     void update(const Record& record, int first, int last, int) override
@@ -127,17 +146,12 @@ public:
     }
     void reset()
     {
-        removed.clear();
         updated.clear();
-        inserted.clear();
         firstColumn = lastColumn = -1;
-        batches = 0;
     }
-    void endUpdate() override { ++batches; }
 
-    QList<Record> removed, updated, inserted;
+    QList<Record> updated;
     int firstColumn = -1, lastColumn = -1;
-    int batches = 0;
 
 private:
     void widen(int first, int last)
@@ -158,17 +172,8 @@ class RandomFeed
 public:
     RandomFeed(ViewsTestTable& t, quint32 seed) : m_t(t), m_rng(seed) {}
 
-    // Restricts the columns that updates write.
-    void setUpdateColumns(const QVector<int>& columns) { m_updateColumns = columns; }
-    void setClearChance(int percent) { m_clearChance = percent; }
     // 0: transactions only, 1: in place only, 2: either.
     void setWriteMode(int mode) { m_mode = mode; }
-    void setSizes(int maxInserts, int maxUpdates, int maxRemoves)
-    {
-        m_maxInserts = maxInserts;
-        m_maxUpdates = maxUpdates;
-        m_maxRemoves = maxRemoves;
-    }
 
     void fill(int rows)
     {
@@ -309,8 +314,6 @@ public:
 private:
     int updateColumn()
     {
-        if (!m_updateColumns.isEmpty())
-            return m_updateColumns.at(roll(m_updateColumns.size()));
         return ViewsTestTable::SecName +
                roll(ViewsTestTable::ColumnCount - ViewsTestTable::SecName);
     }
@@ -334,7 +337,6 @@ private:
     ViewsTestTable& m_t;
     std::mt19937 m_rng;
     qint64 m_nextId = 1;
-    QVector<int> m_updateColumns;
     int m_clearChance = 3;
     int m_mode = 2;
     int m_maxInserts = 5;

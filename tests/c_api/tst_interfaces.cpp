@@ -45,27 +45,15 @@ public:
     void activate() override {}
 };
 
-// Records the calls of the operations that defaults forward to.
 class BareView : public IView
 {
 public:
-    struct Call
-    {
-        const char* name;
-        const Settings* first;
-        const Settings* second;
-    };
     void initCore(ICore*) override {}
     QList<IViewSettingsPage*> getSettingsPages(QObject*) override { return {}; }
     void populateActionsAt(const QPoint&, QMenu*) override {}
-    void store(Settings& settings) const override { calls.append({"store", &settings, nullptr}); }
-    void restore(const Settings& first, const Settings& second) override
-    {
-        calls.append({"restore", &first, &second});
-    }
+    void store(Settings&) const override {}
+    void restore(const Settings&, const Settings&) override {}
     QSize defaultSize() override { return QSize(); }
-
-    mutable QList<Call> calls;
 };
 
 class TestView : public QWidget, public BareView
@@ -105,18 +93,6 @@ public:
     void apply(Settings&) override {}
 };
 
-// A view settings page with the defaults of its kind.
-class SettingsPage : public IViewSettingsPage
-{
-public:
-    QString id() override { return QStringLiteral("Test.Columns"); }
-    QString displayName() override { return QStringLiteral("Колонки"); }
-    QIcon categoryIcon() override { return QIcon(); }
-    void finish() override {}
-    QWidget* createPage(const Settings&, QWidget*) override { return nullptr; }
-    void apply(Settings&) override {}
-};
-
 // QObject's own virtual functions come first in every QObject's table.
 struct QObjectSlots : QObject
 {
@@ -138,8 +114,6 @@ private slots:
     void windowIsTheNearestFrame_data();
     void windowIsTheNearestFrame();
     void windowWithoutFrame();
-    void templatesGoThroughStoreAndRestore();
-    void viewSettingsPageIsItsOwnCategory();
 };
 
 void TestInterfaces::castByIdentifier_data()
@@ -307,31 +281,6 @@ void TestInterfaces::windowWithoutFrame()
     // The view's own widget is the first one asked.
     FramedView framed;
     QCOMPARE(static_cast<IView&>(framed).window(), static_cast<IWindow*>(&framed));
-}
-
-void TestInterfaces::templatesGoThroughStoreAndRestore()
-{
-    BareView view;
-    Settings first(static_cast<QSettings*>(nullptr));
-    Settings second(static_cast<QSettings*>(nullptr));
-    view.storeTemplate(first);
-    view.restoreTemplate(first, second);
-
-    QCOMPARE(view.calls.size(), 2);
-    QCOMPARE(view.calls.at(0).name, "store");
-    QCOMPARE(view.calls.at(0).first, &first);
-    QCOMPARE(view.calls.at(1).name, "restore");
-    QCOMPARE(view.calls.at(1).first, &first);
-    QCOMPARE(view.calls.at(1).second, &second);
-}
-
-void TestInterfaces::viewSettingsPageIsItsOwnCategory()
-{
-    SettingsPage page;
-    IOptionsPageBase& base = page;
-    QCOMPARE(base.category(), QStringLiteral("Test.Columns"));
-    QCOMPARE(base.displayCategory(), QStringLiteral("Колонки"));
-    QVERIFY(!base.matches(QStringLiteral("Колонки")));
 }
 
 QTEST_MAIN(TestInterfaces)

@@ -6,10 +6,8 @@
 #include "database/record.h"
 #include "database/table.h"
 
-#include <QListView>
 #include <QPointer>
 #include <QRandomGenerator>
-#include <QStringListModel>
 #include <QWidget>
 #include <QtTest>
 
@@ -41,39 +39,17 @@ QString describe(const QVariant& v)
 
 QVariant randomNumber(QRandomGenerator& rng)
 {
-    static const qlonglong longs[] = {std::numeric_limits<qlonglong>::min(),
-                                      std::numeric_limits<qlonglong>::min() + 1,
-                                      -(1LL << 53) - 1,
-                                      -3,
-                                      -1,
-                                      0,
-                                      1,
-                                      3,
-                                      (1LL << 53) + 1,
-                                      std::numeric_limits<qlonglong>::max()};
+    const qlonglong minLong = std::numeric_limits<qlonglong>::min();
+    const qlonglong maxLong = std::numeric_limits<qlonglong>::max();
+    const qlonglong longs[] = {minLong, minLong + 1, -(1LL << 53) - 1, -3,     -1, 0,
+                               1,       3,           (1LL << 53) + 1,  maxLong};
     static const qulonglong ulongs[] = {
         0, 1, 3, (1ULL << 53) + 1, 1ULL << 63, std::numeric_limits<qulonglong>::max()};
-    const double inf = std::numeric_limits<double>::infinity();
-    const double doubles[] = {std::nan(""),
-                              -inf,
-                              inf,
-                              -0.0,
-                              0.0,
-                              0.1,
-                              0.5,
-                              1.5,
-                              3.0,
-                              -2.5,
-                              -3.0,
-                              std::ldexp(1.0, 53),
-                              std::ldexp(1.0, 63),
-                              std::ldexp(1.0, 64),
-                              1e300,
-                              -1e300,
-                              1e-300,
-                              5e-324,
-                              1.0 / 3.0,
-                              2.675};
+    const double inf = std::numeric_limits<double>::infinity(), nan = std::nan("");
+    const double two53 = std::ldexp(1.0, 53);
+    const double doubles[] = {nan,   -inf,   inf,    -0.0,   0.0,       0.1,          0.5,
+                              1.5,   3.0,    -2.5,   -3.0,   two53,     1024 * two53, 2048 * two53,
+                              1e300, -1e300, 1e-300, 5e-324, 1.0 / 3.0, 2.675};
     switch (rng.bounded(8)) {
     case 0:
         return QVariant(rng.bounded(2) == 1);
@@ -189,14 +165,10 @@ class tst_Helpers : public QObject
 private slots:
     void deleterGoesWithLastParent_data();
     void deleterGoesWithLastParent();
-    void deleterWithoutParentStays();
-    void deleterCountsParentOnce();
-    void deleterIgnoresNullSelfAndOwnChildren();
+    void deleterParentBookkeeping();
     void deleterWithNestedParents();
     void deleterDeletedFirst();
     void deleterMomentOfDeletion();
-    void deleterSharedModelOfTwoViews_data();
-    void deleterSharedModelOfTwoViews();
 
     void compareKnownPairs_data();
     void compareKnownPairs();
@@ -273,64 +245,33 @@ void tst_Helpers::deleterGoesWithLastParent()
     QCOMPARE(destroyedCount, 2);
 }
 
-void tst_Helpers::deleterWithoutParentStays()
-{
-    int destroyedCount = 0;
-    auto* deleter = new ObjectDeleter;
-    const QPointer<ObjectDeleter> alive(deleter);
-    new Tracked(deleter, &destroyedCount);
-    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    QCoreApplication::processEvents();
-    QVERIFY(alive);
-    QCOMPARE(destroyedCount, 0);
-    delete deleter;
-    QCOMPARE(destroyedCount, 1);
-}
-
-void tst_Helpers::deleterCountsParentOnce()
+// A parent counts once however often it is added; null, the deleter itself and what it owns
+// are no parents, and an owned object going away is no parent leaving.
+void tst_Helpers::deleterParentBookkeeping()
 {
     int destroyedCount = 0;
     auto* first = new QObject;
     auto* second = new QObject;
     auto* deleter = new ObjectDeleter;
     const QPointer<ObjectDeleter> alive(deleter);
-    new Tracked(deleter, &destroyedCount);
+    auto* child = new Tracked(deleter, &destroyedCount);
+    auto* grandChild = new QObject(child);
     deleter->addParent(first);
     deleter->addParent(first);
     deleter->addParent(second);
     deleter->addParent(first);
-    QCOMPARE(deleter->parentCount(), 2);
-
-    delete first;
-    QVERIFY(alive);
-    QCOMPARE(destroyedCount, 0);
-    delete second;
-    QVERIFY(!alive);
-    QCOMPARE(destroyedCount, 1);
-}
-
-void tst_Helpers::deleterIgnoresNullSelfAndOwnChildren()
-{
-    int destroyedCount = 0;
-    auto* deleter = new ObjectDeleter;
-    const QPointer<ObjectDeleter> alive(deleter);
-    auto* child = new Tracked(deleter, &destroyedCount);
-    auto* grandChild = new QObject(child);
-
     deleter->addParent(nullptr);
     QTest::ignoreMessage(QtWarningMsg, "ObjectDeleter: an object it owns cannot be its parent");
     deleter->addParent(deleter);
     QTest::ignoreMessage(QtWarningMsg, "ObjectDeleter: an object it owns cannot be its parent");
     deleter->addParent(grandChild);
-    QCOMPARE(deleter->parentCount(), 0);
+    QCOMPARE(deleter->parentCount(), 2);
 
-    // An owned object going away is no parent leaving.
     delete grandChild;
+    delete first;
     QVERIFY(alive);
-
-    auto* owner = new QObject;
-    deleter->addParent(owner);
-    delete owner;
+    QCOMPARE(destroyedCount, 0);
+    delete second;
     QVERIFY(!alive);
     QCOMPARE(destroyedCount, 1);
 }
@@ -360,7 +301,11 @@ void tst_Helpers::deleterDeletedFirst()
     auto* first = new QObject;
     auto* second = new QWidget;
     auto* deleter = new ObjectDeleter;
+    const QPointer<ObjectDeleter> alive(deleter);
     new Tracked(deleter, &destroyedCount);
+    // Without parents it stays, also through the event loop.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    QVERIFY(alive);
     deleter->addParent(first);
     deleter->addParent(second);
 
@@ -374,63 +319,20 @@ void tst_Helpers::deleterDeletedFirst()
 
 void tst_Helpers::deleterMomentOfDeletion()
 {
-    QStringList events;
-    auto record = [&events](QObject* object, const QString& name) {
-        QObject::connect(object, &QObject::destroyed, [&events, name] { events << name; });
-    };
-
-    // The shared child goes first, before the owner's own children.
-    auto* owner = new QObject;
-    record(new QObject(owner), QStringLiteral("own child"));
-    auto* deleter = new ObjectDeleter;
-    record(new QObject(deleter), QStringLiteral("shared child"));
-    deleter->addParent(owner);
-    delete owner;
-    QCOMPARE(events, QStringList({"shared child", "own child"}));
-
-    // A widget likewise.
-    events.clear();
-    auto* window = new QWidget;
-    record(new QObject(window), QStringLiteral("own child"));
-    deleter = new ObjectDeleter;
-    record(new QObject(deleter), QStringLiteral("shared child"));
-    deleter->addParent(window);
-    delete window;
-    QCOMPARE(events, QStringList({"shared child", "own child"}));
-}
-
-void tst_Helpers::deleterSharedModelOfTwoViews_data()
-{
-    QTest::addColumn<bool>("firstGoesFirst");
-    QTest::newRow("first window closes first") << true;
-    QTest::newRow("second window closes first") << false;
-}
-
-void tst_Helpers::deleterSharedModelOfTwoViews()
-{
-    QFETCH(bool, firstGoesFirst);
-    auto* first = new QWidget;
-    auto* second = new QWidget;
-    auto* deleter = new ObjectDeleter;
-    auto* model = new QStringListModel(QStringList{"Si", "RTS", "BR"}, deleter);
-    const QPointer<QStringListModel> modelAlive(model);
-    auto* firstView = new QListView(first);
-    auto* secondView = new QListView(second);
-    firstView->setModel(model);
-    secondView->setModel(model);
-    deleter->addParent(first);
-    deleter->addParent(second);
-
-    QWidget* survivor = firstGoesFirst ? second : first;
-    QListView* survivingView = firstGoesFirst ? secondView : firstView;
-    delete (firstGoesFirst ? first : second);
-    QVERIFY(modelAlive);
-    QCOMPARE(survivingView->model(), model);
-    QCOMPARE(survivingView->model()->rowCount(), 3);
-    QCOMPARE(survivingView->model()->index(1, 0).data().toString(), QStringLiteral("RTS"));
-
-    delete survivor;
-    QVERIFY(!modelAlive);
+    // The shared child goes first, before the owner's own children; for a widget likewise.
+    for (const bool widget : {false, true}) {
+        QStringList events;
+        auto record = [&events](QObject* object, const QString& name) {
+            QObject::connect(object, &QObject::destroyed, [&events, name] { events << name; });
+        };
+        QObject* owner = widget ? new QWidget : new QObject;
+        record(new QObject(owner), QStringLiteral("own child"));
+        auto* deleter = new ObjectDeleter;
+        record(new QObject(deleter), QStringLiteral("shared child"));
+        deleter->addParent(owner);
+        delete owner;
+        QCOMPARE(events, QStringList({"shared child", "own child"}));
+    }
 }
 
 // ---- variant_compare ------------------------------------------------------------------------
@@ -457,24 +359,16 @@ void tst_Helpers::compareKnownPairs_data()
     // Decimals by value, whatever the scale and the other type.
     QTest::newRow("decimal 1.50 = 1.5") << dec("1.50") << dec("1.5") << cs << 0;
     QTest::newRow("decimal 1.50 = double 1.5") << dec("1.50") << QVariant(1.5) << cs << 0;
-    QTest::newRow("decimal 3 = int 3") << dec("3") << QVariant(3) << cs << 0;
-    QTest::newRow("decimal 3.00 = longlong 3") << dec("3.00") << QVariant(3LL) << cs << 0;
     QTest::newRow("decimal 2.5 < int 3") << dec("2.5") << QVariant(3) << cs << -1;
-    QTest::newRow("decimal -2.5 > int -3") << dec("-2.5") << QVariant(-3) << cs << 1;
     QTest::newRow("decimal 0.1 < double 0.1") << dec("0.1") << QVariant(0.1) << cs << -1;
-    QTest::newRow("decimal 0.000000000000000001 > 0")
-        << dec("0.000000000000000001") << QVariant(0) << cs << 1;
     QTest::newRow("decimal 9007199254740993 > double 2^53")
         << dec("9007199254740993") << QVariant(std::ldexp(1.0, 53)) << cs << 1;
     QTest::newRow("decimal minimum lowest")
         << decimal::minimum.toVariant() << dec("-999999999") << cs << -1;
-    QTest::newRow("decimal maximum highest")
-        << decimal::maximum.toVariant() << dec("999999999.5") << cs << 1;
     QTest::newRow("decimal of an unused scale")
         << decimal::fromRaw((15LL << 5) | 25).toVariant() << dec("0.000000000000000015") << cs << 0;
 
     // Integers and doubles exactly.
-    QTest::newRow("int 3 = uint 3") << QVariant(3) << QVariant(3u) << cs << 0;
     QTest::newRow("ulonglong max > longlong max")
         << QVariant(maxULong) << QVariant(maxLong) << cs << 1;
     QTest::newRow("longlong -1 < ulonglong 0") << QVariant(-1LL) << QVariant(0ULL) << cs << -1;
@@ -487,14 +381,11 @@ void tst_Helpers::compareKnownPairs_data()
     QTest::newRow("ulonglong max < double 2^64")
         << QVariant(maxULong) << QVariant(std::ldexp(1.0, 64)) << cs << -1;
     QTest::newRow("float 0.1 > double 0.1") << QVariant(0.1f) << QVariant(0.1) << cs << 1;
-    QTest::newRow("tiny double > 0") << QVariant(5e-324) << QVariant(0) << cs << 1;
     QTest::newRow("-0.0 = int 0") << QVariant(-0.0) << QVariant(0) << cs << 0;
     QTest::newRow("true = int 1") << QVariant(true) << QVariant(1) << cs << 0;
     QTest::newRow("false = decimal 0.00") << QVariant(false) << dec("0.00") << cs << 0;
     QTest::newRow("infinity above all integers") << QVariant(inf) << QVariant(maxULong) << cs << 1;
-    QTest::newRow("1e300 below infinity") << QVariant(1e300) << QVariant(inf) << cs << -1;
     QTest::newRow("NaN below -infinity") << nan << QVariant(-inf) << cs << -1;
-    QTest::newRow("NaN below decimal minimum") << nan << decimal::minimum.toVariant() << cs << -1;
     QTest::newRow("NaN = NaN") << nan << QVariant(std::nanf("")) << cs << 0;
 
     // Missing values first.
@@ -504,38 +395,28 @@ void tst_Helpers::compareKnownPairs_data()
     QTest::newRow("null string < empty string")
         << QVariant(QString()) << QVariant(QString("")) << cs << -1;
     QTest::newRow("null datetime = invalid") << datetime().toVariant() << QVariant() << cs << 0;
-    QTest::newRow("null datetime < 1969")
-        << datetime().toVariant() << datetime(QDate(1969, 12, 31)).toVariant() << cs << -1;
 
     // Texts.
     QTest::newRow("a > A sensitive") << QVariant("a") << QVariant("A") << cs << 1;
     QTest::newRow("a = A insensitive") << QVariant("a") << QVariant("A") << ci << 0;
-    QTest::newRow("apple > Banana sensitive") << QVariant("apple") << QVariant("Banana") << cs << 1;
     QTest::newRow("apple < Banana insensitive")
         << QVariant("apple") << QVariant("Banana") << ci << -1;
-    QTest::newRow("ab < abc") << QVariant("ab") << QVariant("abc") << cs << -1;
     QTest::newRow("cyrillic insensitive")
         << QVariant(QStringLiteral("Фьючерс")) << QVariant(QStringLiteral("фЬЮЧЕРС")) << ci << 0;
     QTest::newRow("QChar = one-letter string") << QVariant(QChar('b')) << QVariant("b") << cs << 0;
 
     // Points in time by the wall clock.
-    QTest::newRow("datetime by day")
-        << dayStart.toVariant() << datetime(day.addDays(1)).toVariant() << cs << -1;
     QTest::newRow("datetime 19:00 after its date")
         << (dayStart + 68400000).toVariant() << QVariant(day) << cs << 1;
     QTest::newRow("datetime of a date = the date")
         << dayStart.toVariant() << QVariant(day) << cs << 0;
     QTest::newRow("QDateTime = datetime")
         << QVariant(QDateTime(day, QTime(19, 0))) << (dayStart + 68400000).toVariant() << cs << 0;
-    QTest::newRow("date before 1970 < 1970")
-        << QVariant(QDate(1969, 12, 31)) << QVariant(QDate(1970, 1, 1)) << cs << -1;
 
     // Kinds apart.
     QTest::newRow("number < text") << QVariant(99) << QVariant("1") << cs << -1;
     QTest::newRow("text < time") << QVariant("z") << QVariant(day) << cs << -1;
     QTest::newRow("time < other") << QVariant(day) << QVariant(QByteArray("a")) << cs << -1;
-    QTest::newRow("bytes by bytes")
-        << QVariant(QByteArray("a")) << QVariant(QByteArray("b")) << cs << -1;
     QTest::newRow("bytes insensitive")
         << QVariant(QByteArray("a")) << QVariant(QByteArray("A")) << ci << 0;
     QTest::newRow("times of day") << QVariant(QTime(9, 0)) << QVariant(QTime(10, 0)) << cs << -1;

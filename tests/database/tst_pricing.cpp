@@ -65,11 +65,9 @@ void addOptionRows()
     QTest::addColumn<double>("vol");
     QTest::newRow("atm month") << 100.0 << 100.0 << 1.0 / 12 << 30.0;
     QTest::newRow("itm call year") << 100.0 << 80.0 << 1.0 << 25.0;
-    QTest::newRow("otm call week") << 100.0 << 115.0 << 7.0 / 365 << 40.0;
     QTest::newRow("deep otm call") << 100.0 << 250.0 << 0.5 << 35.0;
     QTest::newRow("deep itm call") << 100.0 << 35.0 << 0.5 << 35.0;
     QTest::newRow("index future") << 152340.0 << 160000.0 << 0.1 << 22.5;
-    QTest::newRow("currency future") << 92.35 << 90.0 << 0.3 << 12.0;
     QTest::newRow("low vol long") << 1.5 << 1.45 << 3.0 << 3.0;
     QTest::newRow("high vol short") << 100.0 << 90.0 << 3.0 / 365 << 250.0;
 }
@@ -85,8 +83,6 @@ private slots:
     void normalCdfMatchesLongDouble();
     void smileAtKnownPoints_data();
     void smileAtKnownPoints();
-    void smileDegenerateInputs_data();
-    void smileDegenerateInputs();
     void parityAndBounds_data();
     void parityAndBounds();
     void smallPricesKeepRelativePrecision();
@@ -114,10 +110,8 @@ private slots:
 void TestPricing::defaultsGiveFlatSmileAndBand()
 {
     const VolatInputParams in;
-    QCOMPARE(in.volatLow, VolatMinDefault);
-    QCOMPARE(in.volatHigh, VolatMaxDefault);
-    QCOMPARE(VolatMinDefault, 0.01);
-    QCOMPARE(VolatMaxDefault, 1000.0);
+    QCOMPARE(in.volatLow, 0.01);
+    QCOMPARE(in.volatHigh, 1000.0);
     for (double k : {30.0, 95.0, 100.0, 140.0, 400.0})
         for (double years : {Hour, 0.1, 2.0})
             QCOMPARE(smileVolatility(option(100.0, k, years)), 50.0);
@@ -163,7 +157,6 @@ void TestPricing::smileAtKnownPoints_data()
         << 18.162144739433806;
     QTest::newRow("negative b and d")
         << 75000.0 << 60000.0 << 0.5 << QVector<double>{40, -8, 3, -12, 2, 0} << 41.31194665332988;
-    QTest::newRow("flat") << 100.0 << 170.0 << 0.3 << QVector<double>{50, 0, 1, 0, 1, 0} << 50.0;
 }
 
 void TestPricing::smileAtKnownPoints()
@@ -182,37 +175,6 @@ void TestPricing::smileAtKnownPoints()
     in.s = coeffs[5];
     const double got = smileVolatility(in);
     QVERIFY2(near(got, expected, 1e-13), qPrintable(QString::number(got, 'g', 17)));
-}
-
-void TestPricing::smileDegenerateInputs_data()
-{
-    QTest::addColumn<double>("f");
-    QTest::addColumn<double>("k");
-    QTest::addColumn<double>("st");
-    QTest::addColumn<double>("e");
-    QTest::newRow("expiry") << 100.0 << 120.0 << 0.0 << 1.0;
-    QTest::newRow("tiny time, e = 0") << 100.0 << 120.0 << 1e-320 << 0.0;
-    QTest::newRow("zero future") << 0.0 << 120.0 << 0.5 << 1.0;
-    QTest::newRow("negative strike") << 100.0 << -5.0 << 0.5 << 1.0;
-    QTest::newRow("nan time") << 100.0 << 120.0 << NaN << 1.0;
-    QTest::newRow("infinite future") << Inf << 120.0 << 0.5 << 1.0;
-}
-
-void TestPricing::smileDegenerateInputs()
-{
-    QFETCH(double, f);
-    QFETCH(double, k);
-    QFETCH(double, st);
-    QFETCH(double, e);
-    VolatInputParams in;
-    in.basePrice = f;
-    in.strike = k;
-    in.sqrtTime = st;
-    in.a = 30;
-    in.b = 5;
-    in.d = 4;
-    in.e = e;
-    QVERIFY(std::isfinite(smileVolatility(in)));
 }
 
 void TestPricing::parityAndBounds_data()
@@ -352,7 +314,6 @@ void TestPricing::expiryLimits_data()
     QTest::newRow("atm at expiry") << 100.0 << 0.0 << 30.0 << 0.5 << 0.0 << 0.0;
     QTest::newRow("itm, root of time tiny") << 101.0 << 1e-300 << 30.0 << 1.0 << 1.0 << 0.0;
     QTest::newRow("atm, root of time tiny") << 100.0 << 1e-300 << 30.0 << 0.5 << 0.0 << 0.0;
-    QTest::newRow("negative root of time") << 90.0 << -0.5 << 30.0 << 0.0 << 0.0 << 10.0;
     QTest::newRow("volatility tiny") << 100.0 << 0.5 << 1e-300 << 0.5 << 0.0 << 0.0;
 }
 
@@ -381,11 +342,8 @@ void TestPricing::nonPositivePricesGiveZeros_data()
 {
     QTest::addColumn<double>("f");
     QTest::addColumn<double>("k");
-    QTest::newRow("zero future") << 0.0 << 100.0;
-    QTest::newRow("negative future") << -3.0 << 100.0;
     QTest::newRow("zero strike") << 100.0 << 0.0;
     QTest::newRow("negative strike") << 100.0 << -50.0;
-    QTest::newRow("both negative") << -1.0 << -1.0;
 }
 
 void TestPricing::nonPositivePricesGiveZeros()
@@ -407,7 +365,7 @@ void TestPricing::nonFiniteInputsGiveFiniteOutputs_data()
     const char* names[] = {"strike", "base", "root of time", "a",    "b",         "c", "d",
                            "e",      "s",    "low",          "high", "volatility"};
     for (int field = 0; field < 12; ++field)
-        for (double bad : {NaN, Inf, -Inf, 1e308, -1e308, 1e-310})
+        for (double bad : {NaN, Inf, -Inf, 1e308, -1e308, 1e-310, 0.0})
             QTest::addRow("%s = %g", names[field], bad) << field << bad;
 }
 
@@ -422,6 +380,10 @@ void TestPricing::nonFiniteInputsGiveFiniteOutputs()
     double* fields[] = {&in.strike, &in.basePrice, &in.sqrtTime, &in.a,        &in.b,         &in.c,
                         &in.d,      &in.e,         &in.s,        &in.volatLow, &in.volatHigh, &vol};
     *fields[field] = bad;
+    // The smile on its own too, also with e = 0, its linear branch.
+    VolatInputParams linear = in;
+    linear.e = field == 7 ? bad : 0.0;
+    QVERIFY(std::isfinite(smileVolatility(in)) && std::isfinite(smileVolatility(linear)));
     // With the volatility given, the smile isn't consulted: try both.
     for (double v : {vol, 0.0}) {
         const VolatOutputParams out = value(in, v);
@@ -531,17 +493,14 @@ void TestPricing::impliedBounds_data()
     QTest::addColumn<double>("expected");
     // Future 100, half a year.
     QTest::newRow("below intrinsic") << 90.0 << false << 0.0 << 9.5 << 10.0 << 80.0 << 10.0;
-    QTest::newRow("put below intrinsic") << 110.0 << true << 0.0 << 9.0 << 10.0 << 80.0 << 10.0;
     QTest::newRow("at intrinsic") << 110.0 << true << 0.0 << 10.0 << 10.0 << 80.0 << 10.0;
     QTest::newRow("zero otm") << 130.0 << false << 0.0 << 0.0 << 10.0 << 80.0 << 10.0;
     QTest::newRow("negative") << 100.0 << true << 0.0 << -1.0 << 10.0 << 80.0 << 10.0;
-    QTest::newRow("minus infinity") << 100.0 << true << 0.0 << -Inf << 10.0 << 80.0 << 10.0;
     QTest::newRow("below the band") << 105.0 << false << 5.0 << 0.0 << 10.0 << 80.0 << 10.0;
     QTest::newRow("in the band") << 105.0 << false << 37.0 << 0.0 << 10.0 << 80.0 << 37.0;
     QTest::newRow("above the band") << 95.0 << true << 95.0 << 0.0 << 10.0 << 80.0 << 80.0;
     QTest::newRow("at the limit") << 95.0 << false << 0.0 << 100.0 << 10.0 << 80.0 << 80.0;
     QTest::newRow("above the limit") << 95.0 << true << 0.0 << 500.0 << 10.0 << 80.0 << 80.0;
-    QTest::newRow("plus infinity") << 95.0 << true << 0.0 << Inf << 10.0 << 80.0 << 80.0;
     QTest::newRow("swapped band") << 120.0 << false << 50.0 << 0.0 << 80.0 << 10.0 << 50.0;
     QTest::newRow("no band: defaults, high")
         << 120.0 << true << 2000.0 << 0.0 << NaN << Inf << 1000.0;
@@ -577,9 +536,7 @@ void TestPricing::impliedDegenerateInputsStayInBand_data()
     QTest::addColumn<double>("price");
     QTest::addColumn<double>("start");
     QTest::newRow("nan price") << 100.0 << 100.0 << 0.5 << NaN << 30.0;
-    QTest::newRow("nan price and start") << 100.0 << 100.0 << 0.5 << NaN << NaN;
     QTest::newRow("expiry") << 100.0 << 90.0 << 0.0 << 12.0 << 30.0;
-    QTest::newRow("nan time") << 100.0 << 90.0 << NaN << 12.0 << 30.0;
     QTest::newRow("infinite time") << 100.0 << 90.0 << Inf << 12.0 << 300.0;
     QTest::newRow("zero future") << 0.0 << 90.0 << 0.5 << 12.0 << 30.0;
     QTest::newRow("nan strike") << 100.0 << NaN << 0.5 << 12.0 << -Inf;

@@ -4,8 +4,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QMutex>
-#include <QMutexLocker>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -16,38 +14,27 @@
 
 namespace {
 
-// Collects the warnings emitted while it lives.
+QStringList s_warnings;
+
+// Collects the warnings emitted while it lives (all of them from the test's own thread).
 class WarningCatcher
 {
 public:
-    WarningCatcher() { m_previous = qInstallMessageHandler(&WarningCatcher::handler); }
-    ~WarningCatcher()
+    WarningCatcher()
     {
-        qInstallMessageHandler(m_previous);
-        QMutexLocker lock(&s_mutex);
-        s_messages.clear();
+        s_warnings.clear();
+        m_previous = qInstallMessageHandler(
+            [](QtMsgType type, const QMessageLogContext&, const QString& message) {
+                if (type == QtWarningMsg)
+                    s_warnings << message;
+            });
     }
-    QStringList mentioning(const QString& text) const
-    {
-        QMutexLocker lock(&s_mutex);
-        return s_messages.filter(text);
-    }
+    ~WarningCatcher() { qInstallMessageHandler(m_previous); }
+    QStringList mentioning(const QString& text) const { return s_warnings.filter(text); }
 
 private:
-    static void handler(QtMsgType type, const QMessageLogContext&, const QString& message)
-    {
-        if (type != QtWarningMsg)
-            return;
-        QMutexLocker lock(&s_mutex);
-        s_messages.append(message);
-    }
-
     QtMessageHandler m_previous;
-    static QMutex s_mutex;
-    static QStringList s_messages;
 };
-QMutex WarningCatcher::s_mutex;
-QStringList WarningCatcher::s_messages;
 
 QByteArray readAll(const QString& path)
 {
@@ -92,8 +79,8 @@ private slots:
     void appSettingsLiveObjectsShare();
     void appSettingsAcrossThreads();
     void configDir();
+    void corruptFile_data();
     void corruptFile();
-    void corruptFileKeepsEarlierCopy();
     void unreadableFile();
     void unwritableFolder();
 
@@ -131,9 +118,7 @@ void TestSettings::groupsOnConstObject()
     c.beginGroup(QStringLiteral("Table"));
     QCOMPARE(c.group(), QStringLiteral("Window/Table"));
     QCOMPARE(c.value(QStringLiteral("width")).toInt(), 100);
-    QVERIFY(c.contains(QStringLiteral("width")));
     QVERIFY(!c.contains(QStringLiteral("title")));
-    QVERIFY(c.childGroups().isEmpty());
 
     // A write through the object lands in the group that the const view opened.
     s.setValue(QStringLiteral("height"), 50);
@@ -146,7 +131,6 @@ void TestSettings::groupsOnConstObject()
     // One endGroup too many is a mistake of the caller, not a crash.
     QTest::ignoreMessage(QtWarningMsg, "Settings::endGroup: no group is open");
     c.endGroup();
-    QCOMPARE(c.group(), QString());
     QCOMPARE(c.value(QStringLiteral("Window/title")).toString(), QStringLiteral("Калькулятор"));
 
     // A path opens several levels at once; an empty name opens none but still needs its end.
@@ -164,21 +148,17 @@ void TestSettings::valuesAndKeys()
     Settings s(m_dir->filePath(QStringLiteral("plain.ini")));
     s.beginGroup(QStringLiteral("Portfolio"));
     QCOMPARE(s.value(QStringLiteral("rowsCount"), 7).toInt(), 7);
-    QVERIFY(!s.value(QStringLiteral("rowsCount")).isValid());
-    QVERIFY(!s.contains(QStringLiteral("rowsCount")));
 
     s.setValue(QStringLiteral("rowsCount"), 2);
     s.setValue(QStringLiteral("row_0/strike"), decimal(1250, 1).toVariant());
     s.setValue(QStringLiteral("row_1/strike"), decimal(1300, 1).toVariant());
     s.setValue(QStringLiteral("row_1/count"), 3);
-    QVERIFY(s.contains(QStringLiteral("rowsCount")));
     QCOMPARE(s.value(QStringLiteral("rowsCount"), 7).toInt(), 2);
     QCOMPARE(s.childKeys(), QStringList{QStringLiteral("rowsCount")});
     QCOMPARE(s.childGroups(), (QStringList{QStringLiteral("row_0"), QStringLiteral("row_1")}));
 
     // Removing a group's name removes everything below it, and nothing beside it.
     s.remove(QStringLiteral("row_1"));
-    QVERIFY(!s.contains(QStringLiteral("row_1/strike")));
     QVERIFY(!s.contains(QStringLiteral("row_1/count")));
     QCOMPARE(s.childGroups(), QStringList{QStringLiteral("row_0")});
     QCOMPARE(s.value(QStringLiteral("row_0/strike")).value<decimal>().toString(),
@@ -186,7 +166,6 @@ void TestSettings::valuesAndKeys()
 
     s.remove(QStringLiteral("rowsCount"));
     QVERIFY(!s.contains(QStringLiteral("rowsCount")));
-    s.remove(QStringLiteral("no such key"));
     s.endGroup();
     QCOMPARE(s.childGroups(), QStringList{QStringLiteral("Portfolio")});
 }
@@ -223,13 +202,11 @@ void TestSettings::hostStore()
     host.beginGroup(QStringLiteral("outer"));
     {
         Settings s(&host);
-        QCOMPARE(s.value(QStringLiteral("keep")).toInt(), 1);
         s.beginGroup(QStringLiteral("inner"));
         s.setValue(QStringLiteral("k"), 2);
         QCOMPARE(s.childKeys(), QStringList{QStringLiteral("k")});
         // The host's own group stays where the host put it.
         QCOMPARE(host.group(), QStringLiteral("outer"));
-        QCOMPARE(host.value(QStringLiteral("inner/k")).toInt(), 2);
         s.endGroup();
         QCOMPARE(s.childKeys(), QStringList{QStringLiteral("keep")});
     }
@@ -251,7 +228,6 @@ void TestSettings::nullStore()
     s.remove(QStringLiteral("k"));
     s.sync();
     QCOMPARE(s.status(), QSettings::AccessError);
-    s.endGroup();
 }
 
 void TestSettings::typedValuesSurviveReopen_data()
@@ -260,12 +236,9 @@ void TestSettings::typedValuesSurviveReopen_data()
     QTest::addColumn<bool>("typed"); // false: INI gives text back
 
     QTest::newRow("decimal") << decimal(-123450, 2).toVariant() << true;
-    QTest::newRow("decimal fine scale") << decimal(1, 18).toVariant() << true;
     QTest::newRow("decimal minimum") << decimal::minimum.toVariant() << true;
-    QTest::newRow("decimal maximum") << decimal::maximum.toVariant() << true;
     QTest::newRow("datetime") << (datetime(QDate(2024, 1, 15)) + 68400000).toVariant() << true;
     QTest::newRow("datetime null") << datetime().toVariant() << true;
-    QTest::newRow("datetime before 1970") << datetime(QDate(1969, 7, 20)).toVariant() << true;
     QTest::newRow("text") << QVariant(QStringLiteral("Опцион; \"call\" = 1/2")) << true;
     QTest::newRow("int") << QVariant(42) << false;
 }
@@ -337,11 +310,7 @@ void TestSettings::appSettingsLiveObjectsShare()
     a.setValue(QStringLiteral("k"), decimal(15, 1).toVariant());
     QCOMPARE(b.value(QStringLiteral("k")).value<decimal>().toString(), QStringLiteral("1.5"));
     QVERIFY(!other.contains(QStringLiteral("k")));
-
     b.remove(QStringLiteral("k"));
-    QVERIFY(!a.contains(QStringLiteral("k")));
-
-    other.setValue(QStringLiteral("k"), 1);
     QVERIFY(!a.contains(QStringLiteral("k")));
     // Groups opened on one object are its own.
     a.beginGroup(QStringLiteral("inner"));
@@ -384,10 +353,20 @@ void TestSettings::configDir()
     QCOMPARE(AppSettings::storeFile(), storeFile());
 }
 
+void TestSettings::corruptFile_data()
+{
+    QTest::addColumn<QByteArray>("earlier"); // a damaged copy kept before, if any
+    QTest::newRow("first damage") << QByteArray();
+    QTest::newRow("earlier copy kept") << QByteArray("[earlier\n");
+}
+
 void TestSettings::corruptFile()
 {
+    QFETCH(QByteArray, earlier);
     const QByteArray broken("[OptionCalculator\nwidth=640\n\x01\x02 not a settings file\n");
     QVERIFY(writeAll(storeFile(), broken));
+    if (!earlier.isEmpty())
+        QVERIFY(writeAll(storeFile() + QStringLiteral(".bad"), earlier));
 
     WarningCatcher warnings;
     {
@@ -405,28 +384,17 @@ void TestSettings::corruptFile()
     }
     QCOMPARE(warnings.mentioning(storeFile()).size(), 1);
 
-    // The damaged file is kept as it was; the store is a good file again.
-    QCOMPARE(readAll(storeFile() + QStringLiteral(".bad")), broken);
+    // The damaged file is kept as it was, beside any kept before; the store is a good file
+    // again.
+    if (earlier.isEmpty()) {
+        QCOMPARE(readAll(storeFile() + QStringLiteral(".bad")), broken);
+    } else {
+        QCOMPARE(readAll(storeFile() + QStringLiteral(".bad")), earlier);
+        QCOMPARE(readAll(storeFile() + QStringLiteral(".bad.2")), broken);
+    }
     QSettings disk(freshCopy(storeFile()), QSettings::IniFormat);
     QCOMPARE(disk.status(), QSettings::NoError);
     QCOMPARE(disk.value(QStringLiteral("OptionCalculator/height")).toInt(), 480);
-}
-
-void TestSettings::corruptFileKeepsEarlierCopy()
-{
-    const QByteArray earlier("[earlier\n");
-    const QByteArray broken("[later\n");
-    QVERIFY(writeAll(storeFile() + QStringLiteral(".bad"), earlier));
-    QVERIFY(writeAll(storeFile(), broken));
-
-    WarningCatcher warnings;
-    {
-        AppSettings s(QStringLiteral("g"));
-        s.setValue(QStringLiteral("k"), 1);
-    }
-    QCOMPARE(warnings.mentioning(storeFile()).size(), 1);
-    QCOMPARE(readAll(storeFile() + QStringLiteral(".bad")), earlier);
-    QCOMPARE(readAll(storeFile() + QStringLiteral(".bad.2")), broken);
 }
 
 void TestSettings::unreadableFile()

@@ -12,7 +12,6 @@ class TestUndo : public QObject
 private slots:
     void commands_data();
     void commands();
-    void emptyTransactionIsNotPushed();
     void recordsStayDetached();
     void commandsOnAGoneTableDoNothing();
 };
@@ -91,25 +90,6 @@ void TestUndo::commands()
     // Every row of the table is reachable through its key.
     for (const Record& r : t.table.masterIndex()->records())
         QCOMPARE(t.table.masterIndex()->findByKey(r.clone()), r);
-}
-
-void TestUndo::emptyTransactionIsNotPushed()
-{
-    TestTable t;
-    fill(t);
-    auto* trans = new Undo::Transaction(&t.table);
-    QCOMPARE(trans->childCount(), 0);
-    delete trans;
-
-    trans = new Undo::Transaction(&t.table);
-    new Undo::TransDelete(t.find(1).clone(), trans);
-    new Undo::TransDelete(t.find(2).clone(), trans);
-    QCOMPARE(trans->childCount(), 2);
-    QUndoStack stack;
-    stack.push(trans);
-    QCOMPARE(t.table.rowCount(), 3);
-    stack.undo();
-    QCOMPARE(t.table.rowCount(), 5);
 }
 
 void TestUndo::recordsStayDetached()
