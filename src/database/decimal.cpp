@@ -110,11 +110,6 @@ const decimal decimal::zero = decimal::fromRaw(0);
 const decimal decimal::minimum = decimal::fromRaw(std::numeric_limits<qint64>::min());
 const decimal decimal::maximum = decimal::fromRaw(qint64(quint64(decimal::MaxMantissa) << 5));
 
-decimal::decimal(long long value, short scale) : m_raw(0)
-{
-    set(value, scale);
-}
-
 decimal::decimal(const QString& text) : m_raw(fromAnyString(text).m_raw) {}
 
 void decimal::set(long long value, short scale)

@@ -29,7 +29,14 @@ public:
     static const decimal maximum;
 
     constexpr decimal() : m_raw(0) {}
-    decimal(long long value, short scale);
+    decimal(long long value, short scale) : m_raw(0)
+    {
+        // A mantissa that fits at a usable scale is stored as it is; the rest is fitted.
+        if (scale >= 0 && scale <= MaxScale && value <= MaxMantissa && value >= -MaxMantissa)
+            m_raw = qint64(quint64(value) << ScaleBits) | scale;
+        else
+            set(value, scale);
+    }
     // Text with "." or "," as the separator; what is no number gives zero.
     explicit decimal(const QString& text);
 

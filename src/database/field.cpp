@@ -257,12 +257,7 @@ int Field::compare(const Field& other) const
     return a < b ? -1 : (b < a ? 1 : 0);
 }
 
-Field& Field::operator=(int value)
-{
-    return *this = static_cast<long long>(value);
-}
-
-Field& Field::operator=(long long value)
+Field& Field::assignConverted(long long value)
 {
     if (!m_data)
         return *this;

@@ -84,8 +84,24 @@ public:
     bool operator==(const Field& other) const { return compare(other) == 0; }
     bool operator!=(const Field& other) const { return compare(other) != 0; }
 
-    Field& operator=(int value);
-    Field& operator=(long long value);
+    // Writes into a cell of the same type are inline: a feed makes millions.
+    Field& operator=(int value)
+    {
+        if (m_type != FieldType::Integer)
+            return assignConverted(static_cast<long long>(value));
+        std::memcpy(m_data, &value, sizeof value);
+        markSet();
+        return *this;
+    }
+    Field& operator=(long long value)
+    {
+        if (m_type != FieldType::Integer64 && m_type != FieldType::DateTime)
+            return assignConverted(value);
+        const qint64 stored = value;
+        std::memcpy(m_data, &stored, sizeof stored);
+        markSet();
+        return *this;
+    }
     Field& operator=(double value);
     Field& operator=(const QChar& value);
     Field& operator=(const QString& value);
@@ -123,6 +139,7 @@ protected:
     decimal convertedDecimal() const;
     QChar convertedChar() const;
     Field& assignConverted(const decimal& value);
+    Field& assignConverted(long long value);
 
     unsigned char* m_data = nullptr;
     unsigned char* m_nullByte = nullptr;

@@ -68,12 +68,22 @@ public:
         m_count = 0;
     }
 
-    // Takes over the storage of an emptied map when that is small enough to clear cheaply.
+    // Takes over the storage of a map done with, when it is larger and small enough to
+    // clear cheaply; the other map is left empty.
     void reuse(RowMap& other)
     {
-        if (m_count == 0 && other.m_count == 0 && other.m_slots.size() > m_slots.size() &&
-            other.m_slots.size() <= 1024)
-            m_slots.swap(other.m_slots);
+        if (other.m_slots.size() <= m_slots.size() || other.m_slots.size() > 1024) {
+            std::vector<Slot>().swap(other.m_slots);
+            other.m_count = 0;
+            return;
+        }
+        other.clear();
+        m_slots.swap(other.m_slots);
+        for (Slot& s : other.m_slots) {
+            if (s.row)
+                m_slots[find(s.row)] = s;
+            s.row = nullptr;
+        }
     }
 
     // Calls f(int&) on every number, in no particular order.

@@ -319,9 +319,6 @@ void Table::Batch::appendUpdate(const Record& row, const Record& values)
 
 void Table::Batch::reuseSets(Batch& told)
 {
-    told.removedSet.clear();
-    told.updatedAt.clear();
-    told.insertedSet.clear();
     removedSet.reuse(told.removedSet);
     updatedAt.reuse(told.updatedAt);
     insertedSet.reuse(told.insertedSet);

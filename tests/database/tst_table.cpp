@@ -818,7 +818,7 @@ void TestTableClass::rangeSet()
 }
 
 // The batch bookkeeping's open-addressing map: random inserts and removals, many of them
-// in long probe clusters, against QHash.
+// in long probe clusters, and storage taken over from other maps, against QHash.
 void TestTableClass::rowMapAgainstHash()
 {
     TestTable t;
@@ -842,6 +842,15 @@ void TestTableClass::rowMapAgainstHash()
         if (step % 500 == 0 && rng.bounded(4) == 0) {
             map.clear();
             ref.clear();
+        }
+        if (step % 700 == 0) {
+            // A told batch hands its larger storage on: the entries must survive the move.
+            RowMap told;
+            for (int i = 0; i < 200; ++i)
+                told.insert(rows[size_t(i)], i);
+            map.reuse(told);
+            QVERIFY(told.isEmpty());
+            QVERIFY(!told.contains(rows[0]));
         }
         QCOMPARE(map.size(), ref.size());
     }

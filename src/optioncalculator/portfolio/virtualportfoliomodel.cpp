@@ -142,11 +142,14 @@ VirtualPortfolioModel::~VirtualPortfolioModel() = default;
 
 void VirtualPortfolioModel::smileOf(int isinId, VolatInputParams& params) const
 {
-    auto known = m_smiles.constFind(isinId);
+    auto known = std::find_if(m_smiles.cbegin(), m_smiles.cend(),
+                              [isinId](const Smile& smile) { return smile.isinId == isinId; });
     if (known == m_smiles.cend()) {
         Smile smile;
+        smile.isinId = isinId;
         smile.known = m_volatCoeffDirectory->coefficients(isinId, smile.coefficients);
-        known = m_smiles.insert(isinId, smile);
+        m_smiles.push_back(smile);
+        known = m_smiles.cend() - 1;
     }
     if (!known->known)
         return;

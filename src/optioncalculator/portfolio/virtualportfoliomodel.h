@@ -252,12 +252,15 @@ private:
     // What the valuation itself wrote, so that its own writes do not value a row anew.
     OwnWrites m_ownWrites;
 
+    // The smiles read from their table, by the isin_id of the base: a calculator's options
+    // rest on a few, which a short list finds at once.
     struct Smile
     {
+        int isinId = 0;
         bool known = false;
         VolatInputParams coefficients;
     };
-    mutable QHash<int, Smile> m_smiles;
+    mutable std::vector<Smile> m_smiles;
     int m_passDepth = 0;
     datetime m_passNow; // the clock as the outermost pass started
     // The prices of the base futures found in the pass that runs, by the sec_id an option
