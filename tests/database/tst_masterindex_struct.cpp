@@ -96,6 +96,21 @@ void TestMasterIndexStruct::ordersAsTheGeneralKey()
         QCOMPARE(general->search(key, -1), i);
         QCOMPARE(fast->findRecord(fast->at(i).toString()), fast->at(i));
     }
+    // Random keys, most of them absent, land where the general key puts them, with a hint
+    // right, wrong or out of range.
+    for (int i = 0; i < 500; ++i) {
+        Record key(t.get());
+        key.data(0) = int(rng.bounded(3)) - 1;
+        key.data(1) = static_cast<long long>(rng.bounded(44)) - 22;
+        key.data(2) = profiles.at(rng.bounded(profiles.size()));
+        key.data(3) = decimal(qint64(rng.bounded(2000)) - 1000, 4);
+        const int expected = general->search(key, -1);
+        const int hint = int(rng.bounded(t->rowCount() + 2)) - 1;
+        QCOMPARE(fast->search(key, hint), expected);
+        if (expected >= 0)
+            QCOMPARE(fast->search(key, expected), expected);
+    }
+    QCOMPARE(fast->search(Record(), 0), -1);
     delete general;
 }
 

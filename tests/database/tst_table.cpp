@@ -892,10 +892,21 @@ void TestTableClass::partitionListAgainstVector()
     std::vector<int> sorted = ref;
     std::sort(sorted.begin(), sorted.end());
     list.assign(std::vector<int>(sorted));
-    for (int probe : {-1, 0, 5000, 19999, 30000}) {
+    // Probes on, between, before and past the values, so that every place in a block is met.
+    for (int probe = -2; probe <= 20001; probe += 3) {
         const int pos = list.lowerBound([probe](int v) { return v < probe; });
         QCOMPARE(pos, int(std::lower_bound(sorted.begin(), sorted.end(), probe) - sorted.begin()));
     }
+    // Kept sorted by inserts at the lower bound, with blocks of every size that splits leave.
+    PartitionList<int> grown;
+    std::vector<int> values;
+    for (int i = 0; i < 5000; ++i) {
+        const int value = rng.bounded(3000);
+        grown.insert(grown.lowerBound([value](int v) { return v < value; }), value);
+        values.push_back(value);
+    }
+    std::sort(values.begin(), values.end());
+    QVERIFY(std::vector<int>(grown.begin(), grown.end()) == values);
 }
 
 // Stops its thread once it has the row, so that the thread's end publishes it to the test.
