@@ -35,6 +35,13 @@ public:
     }
 };
 
+// Checks the model's answers at every change; a fault fails the test at once.
+void watch(QAbstractItemModel* model)
+{
+    new QAbstractItemModelTester(model, QAbstractItemModelTester::FailureReportingMode::Fatal,
+                                 model);
+}
+
 // How a tree is expected to look: the groups in order, each with its records in order.
 struct Reference
 {
@@ -197,11 +204,9 @@ void TestTreeModels::randomBatches()
             const Field d = r.data(ViewsTestTable::ExpDate);
             return d.isNull() ? QStringLiteral("null") : d.toQDate().toString(Qt::ISODate);
         };
+        // Groups of different days: their first records' times are in the days' order.
         ref.groupOrder = [](const Record& a, const Record& b) {
-            const Field x = a.data(ViewsTestTable::ExpDate), y = b.data(ViewsTestTable::ExpDate);
-            if (x.isNull() || y.isNull())
-                return x.isNull() == y.isNull() ? 0 : (x.isNull() ? -1 : 1);
-            return x.toQDate() < y.toQDate() ? -1 : (y.toQDate() < x.toQDate() ? 1 : 0);
+            return byField(ViewsTestTable::ExpDate, a, b);
         };
     } else if (kind == QLatin1String("base")) {
         model.reset(new TreeIndexModel(t.table));
@@ -230,8 +235,7 @@ void TestTreeModels::randomBatches()
     }
     if (groupment)
         model->setGroupmentList({groupment.get()});
-    new QAbstractItemModelTester(model.get(), QAbstractItemModelTester::FailureReportingMode::Fatal,
-                                 model.get());
+    watch(model.get());
     model->build();
     QString diff = differences(*model, ref, t, showsRecords);
     QVERIFY2(diff.isEmpty(), qPrintable(diff));
@@ -356,8 +360,7 @@ void TestTreeModels::setGroupmentListRegroups()
     RandomFeed feed(t, 77);
     feed.fill(30);
     TreeIndexModel model(t.table);
-    new QAbstractItemModelTester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal,
-                                 &model);
+    watch(&model);
     model.build();
     QCOMPARE(model.rowCount(), 30);
     QVERIFY(!model.groupment());
@@ -490,8 +493,7 @@ void TestTreeModels::treeOutlivesTable()
     TreeIndexModel model(t->table);
     GroupmentStrike byStrike(t->table);
     model.setGroupmentList({&byStrike});
-    new QAbstractItemModelTester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal,
-                                 &model);
+    watch(&model);
     model.build();
     QVERIFY(model.rowCount() > 0);
     QPersistentModelIndex child(model.index(0, 0, model.index(0, 0)));
@@ -523,8 +525,7 @@ void TestTreeModels::baseCodeSelector()
     add(6, "", "O");
 
     BaseCodeSelectorModel model(t.table);
-    new QAbstractItemModelTester(&model, QAbstractItemModelTester::FailureReportingMode::Fatal,
-                                 &model);
+    watch(&model);
     model.setItemsCheckable(false);
     model.setFilterSectype(QLatin1Char('O'));
     model.populate();
