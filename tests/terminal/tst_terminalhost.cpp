@@ -242,8 +242,6 @@ void TestTerminalHost::pluginsLoadedOrReported()
                                          "libtst_foreignplugin.so", "libtst_goodplugin.so"}));
     const PluginRecord good = byFile.value("libtst_goodplugin.so");
     QCOMPARE(good.state, PluginRecord::Initialized);
-    QCOMPARE(good.iid, QString("optcalc.test.GoodPlugin"));
-    QCOMPARE(good.pluginName, QString("goodplugin"));
     QCOMPARE(byFile.value("libtst_brokenplugin.so").state, PluginRecord::Failed);
     QVERIFY(byFile.value("libtst_foreignplugin.so").error.contains("IPlugin"));
     QCOMPARE(byFile.value("libnotaplugin.so").state, PluginRecord::Failed);
@@ -258,7 +256,6 @@ void TestTerminalHost::pluginsLoadedOrReported()
     QCOMPARE(terminal.core()->plugins().size(), 1);
     QVERIFY(terminal.core()->plugin("goodplugin"));
     QVERIFY(terminal.core()->viewFactories()->hasFactory("GoodView"));
-    QVERIFY(terminal.core()->viewFactories()->hasFactory("PostponedOrders"));
 
     // Its menu stands among the host's by its order.
     const QMenuBar* bar = terminal.mainWindow()->menuBar();
