@@ -103,10 +103,12 @@ DATABASE_EXPORT int verifyColumn(const Table* table, const QStringList& columns,
 DATABASE_EXPORT void verifyCount(const QStringList& columns, int required);
 
 // IndexSort::search with the comparison of raw rows inlined: no virtual call and no field
-// access per step of the binary search.
+// access per step of the binary search. A null key has no row to compare and is found nowhere.
 template <class Compare>
 int searchRows(const PartitionList<Record>& rows, const Record& key, int hint, Compare compare)
 {
+    if (key.isNull())
+        return -1;
     const unsigned char* k = key.rowBlock();
     const int n = rows.count();
     if (hint >= 0 && hint < n && compare(rows.at(hint).rowBlock(), k) == 0 &&
@@ -164,8 +166,6 @@ public:
     }
     int search(const Record& key, int hint) const override
     {
-        if (key.isNull())
-            return -1;
         return MasterIndex_Helper::searchRows(
             this->records(), key, hint,
             [this](const unsigned char* a, const unsigned char* b) { return compareRows(a, b); });
@@ -215,8 +215,6 @@ public:
     }
     int search(const Record& key, int hint) const override
     {
-        if (key.isNull())
-            return -1;
         return MasterIndex_Helper::searchRows(
             records(), key, hint,
             [this](const unsigned char* a, const unsigned char* b) { return compareRows(a, b); });
