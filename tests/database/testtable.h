@@ -16,25 +16,18 @@ struct TestTable
     explicit TestTable(const QString& name = QStringLiteral("securities"))
         : table(name, QStringLiteral("test"))
     {
-        table.addColumn(QStringLiteral("stock_id"), FieldType::Integer, 0, false,
-                        QStringLiteral("Биржа"));
-        table.addColumn(QStringLiteral("board_id"), FieldType::Integer, 0, false,
-                        QStringLiteral("Режим"));
-        table.addColumn(QStringLiteral("sec_id"), FieldType::Integer64, 0, false,
-                        QStringLiteral("Инструмент"));
+        table.addColumn(QStringLiteral("stock_id"), FieldType::Integer, 0, false, QString());
+        table.addColumn(QStringLiteral("board_id"), FieldType::Integer, 0, false, QString());
+        table.addColumn(QStringLiteral("sec_id"), FieldType::Integer64, 0, false, QString());
         table.setMasterIndex(MasterIndex_Column::create(
             &table,
             {QStringLiteral("stock_id"), QStringLiteral("board_id"), QStringLiteral("sec_id")}));
-        table.addColumn(QStringLiteral("sec_name"), FieldType::String, 40, true,
-                        QStringLiteral("Название"));
+        table.addColumn(QStringLiteral("sec_name"), FieldType::String, 40, true, QString());
         table.addColumn(QStringLiteral("price"), FieldType::Decimal, 2, true,
                         QStringLiteral("Цена"));
-        table.addColumn(QStringLiteral("volat"), FieldType::Double, 4, true,
-                        QStringLiteral("Волатильность"));
-        table.addColumn(QStringLiteral("expdate"), FieldType::DateTime, 0, true,
-                        QStringLiteral("Дата исполнения"));
-        table.addColumn(QStringLiteral("lot_size"), FieldType::Integer, 0, false,
-                        QStringLiteral("Лот"));
+        table.addColumn(QStringLiteral("volat"), FieldType::Double, 4, true, QString());
+        table.addColumn(QStringLiteral("expdate"), FieldType::DateTime, 0, true, QString());
+        table.addColumn(QStringLiteral("lot_size"), FieldType::Integer, 0, false, QString());
     }
 
     // A detached row with the key and a price.

@@ -142,34 +142,22 @@ void TestMasterIndexStruct::fallbacks_data()
     QTest::addColumn<int>("profileLength");
     QTest::addColumn<bool>("nullable");
     QTest::addColumn<QStringList>("columns");
-    QTest::addColumn<QString>("message");
-    QTest::addColumn<int>("rows"); // distinct keys among the 20 rows written
+    QTest::addColumn<QString>("message"); // the reason the warning gives
+    QTest::addColumn<int>("rows");        // distinct keys among the 20 rows written
 
     QTest::newRow("nullable column")
-        << 30 << true << PlotKey
-        << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
-           "MasterIndex_Struct: column can't be nullable 3:'kotir'"
-        << 20;
+        << 30 << true << PlotKey << "column can't be nullable 3:'kotir'" << 20;
     QTest::newRow("text of another length")
-        << 20 << false << PlotKey
-        << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
-           "MasterIndex_Struct: incorrect column 2:'profile_type' type length: 60!=40"
-        << 20;
+        << 20 << false << PlotKey << "incorrect column 2:'profile_type' type length: 60!=40" << 20;
     QTest::newRow("too few columns")
         << 30 << false << QStringList({"stock_id", "sec_id", "profile_type"})
-        << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
-           "MasterIndex_Struct: incorrect columns count 4!=3"
-        << 10;
-    QTest::newRow("wrong type")
-        << 30 << false << QStringList({"sec_id", "sec_id", "profile_type", "kotir"})
-        << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
-           "MasterIndex_Struct: incorrect column 0:'sec_id' type: int!=int64"
-        << 20;
+        << "incorrect columns count 4!=3" << 10;
+    QTest::newRow("wrong type") << 30 << false
+                                << QStringList({"sec_id", "sec_id", "profile_type", "kotir"})
+                                << "incorrect column 0:'sec_id' type: int!=int64" << 20;
     QTest::newRow("missing column")
         << 30 << false << QStringList({"stock_id", "sec_id", "profile", "kotir"})
-        << "ThisIndexType : Cannot create optimized MasterIndex for 'plots': "
-           "MasterIndex_Struct: incorrect column 2:'profile' type: string!=invalid"
-        << 20;
+        << "incorrect column 2:'profile' type: string!=invalid" << 20;
 }
 
 void TestMasterIndexStruct::fallbacks()
@@ -181,7 +169,9 @@ void TestMasterIndexStruct::fallbacks()
     QFETCH(int, rows);
 
     auto t = plotsTable(profileLength, nullable);
-    QTest::ignoreMessage(QtWarningMsg, qPrintable(message));
+    QTest::ignoreMessage(QtWarningMsg, qPrintable("ThisIndexType : Cannot create optimized "
+                                                  "MasterIndex for 'plots': MasterIndex_Struct: " +
+                                                  message));
     MasterIndex* index = PlotIndex::create(t.get(), columns);
     QVERIFY(index);
     QCOMPARE(index->getClassName(), QStringLiteral("MasterIndex_Column"));

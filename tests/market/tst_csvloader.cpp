@@ -36,6 +36,11 @@ const QByteArray GoodPositions =
            "DEMO;1;14;101;IDX-6.25 C115000;O;;;2025-06-19"});
 const QByteArray GoodCoefficients = lines({"isin_id;a;b;c;d;e;s", "7;25.5;6;1.5;-4;1;-0.01"});
 
+// In the order of MarketTables::all().
+const QStringList Files = {CsvMarketLoader::securitiesFileName(),
+                           CsvMarketLoader::positionsFileName(),
+                           CsvMarketLoader::volatCoeffFileName()};
+
 QString path(const QTemporaryDir& dir, const QString& file)
 {
     return QDir(dir.path()).filePath(file);
@@ -43,27 +48,14 @@ QString path(const QTemporaryDir& dir, const QString& file)
 
 void writeGood(const QTemporaryDir& dir)
 {
-    QVERIFY(writeFile(path(dir, CsvMarketLoader::securitiesFileName()), GoodSecurities));
-    QVERIFY(writeFile(path(dir, CsvMarketLoader::positionsFileName()), GoodPositions));
-    QVERIFY(writeFile(path(dir, CsvMarketLoader::volatCoeffFileName()), GoodCoefficients));
+    const QByteArray contents[] = {GoodSecurities, GoodPositions, GoodCoefficients};
+    for (int i = 0; i < 3; ++i)
+        QVERIFY(writeFile(path(dir, Files[i]), contents[i]));
 }
 
 Table* tableOfFile(const MarketTables& tables, const QString& file)
 {
-    if (file == CsvMarketLoader::securitiesFileName())
-        return tables.securities();
-    if (file == CsvMarketLoader::positionsFileName())
-        return tables.positions();
-    return tables.volatCoeff();
-}
-
-Record securityByKey(const Table* securities, int board, qint64 secId)
-{
-    Record key(securities);
-    key.data(QStringLiteral("stock_id")) = 1;
-    key.data(QStringLiteral("board_id")) = board;
-    key.data(QStringLiteral("sec_id")) = static_cast<long long>(secId);
-    return securities->masterIndex()->findByKey(key);
+    return tables.all().at(Files.indexOf(file));
 }
 
 } // namespace
@@ -78,12 +70,11 @@ private slots:
     void reloadReplacesTheRows();
     void badFile_data();
     void badFile();
-    void missingOrUnreadableFile_data();
-    void missingOrUnreadableFile();
-    void fileNameAsGiven();
-    void tooManyErrors();
+    void fileNameAsGivenAndTooManyErrors();
 };
 
+// What the round trip below does not meet: a byte order mark, Windows line ends, a blank
+// line, columns in an order of their own or missing, blanks around cells, dates without a time.
 void TestCsvLoader::goodFilesLoad()
 {
     QTemporaryDir dir;
@@ -97,11 +88,7 @@ void TestCsvLoader::goodFilesLoad()
 
     const MarketTables::SecuritiesColumns sc(tables.securities());
     const Record future = securityByKey(tables.securities(), 1, 100);
-    QVERIFY(future.data(sc.strike).isNull());
-    QVERIFY(!future.data(sc.optionType).isNull());
-    QCOMPARE(future.data(sc.optionType).toString(), QString());
     QCOMPARE(future.data(sc.expdate).toDatetime(), datetime(QDate(2025, 6, 19)));
-    QCOMPARE(future.data(sc.bid).toDecimal(), decimal(112980, 0));
     // Columns the file lacks: null where nullable, zero otherwise.
     QVERIFY(future.data(sc.volat).isNull());
     QCOMPARE(future.data(sc.lotSize).toInteger(), 0);
@@ -110,22 +97,14 @@ void TestCsvLoader::goodFilesLoad()
     QVERIFY(call.data(sc.bid).isNull());
     QCOMPARE(call.data(sc.lasttime).toDatetime(),
              datetime(QDate(2025, 3, 12)) + (10 * 3600 * 1000 + 1250));
-    QCOMPARE(call.data(sc.mainSecId).toInteger64(), qint64(100));
     const Record put = securityByKey(tables.securities(), 14, 102);
     QCOMPARE(put.data(sc.strike).toDecimal(), decimal(1150005, 1));
     QVERIFY(put.data(sc.lasttime).isNull());
 
     const MarketTables::PositionsColumns pc(tables.positions());
-    const Record first = tables.positions()->masterIndex()->records().first();
-    QCOMPARE(first.data(pc.account).toString(), QStringLiteral("DEMO"));
-    QCOMPARE(first.data(pc.pos).toInteger64(), qint64(-3));
-    QCOMPARE(first.data(pc.waprice).toDecimal(), decimal(1129005, 1));
+    QCOMPARE(tables.positions()->masterIndex()->records().first().data(pc.pos).toInteger64(),
+             qint64(-3));
     QVERIFY(tables.positions()->masterIndex()->records().last().data(pc.pos).isNull());
-
-    const MarketTables::VolatCoeffColumns vc(tables.volatCoeff());
-    const Record coefficients = tables.volatCoeff()->masterIndex()->records().first();
-    QCOMPARE(coefficients.data(vc.d).toDouble(), -4.0);
-    QCOMPARE(coefficients.data(vc.s).toDouble(), -0.01);
 }
 
 void TestCsvLoader::roundTripOfTheSimulatedMarket()
@@ -138,18 +117,14 @@ void TestCsvLoader::roundTripOfTheSimulatedMarket()
     exchange.tick(10);
 
     QTemporaryDir dir;
-    QVERIFY(writeFile(path(dir, CsvMarketLoader::securitiesFileName()),
-                      csvOfTable(source.securities())));
-    QVERIFY(
-        writeFile(path(dir, CsvMarketLoader::positionsFileName()), csvOfTable(source.positions())));
-    QVERIFY(writeFile(path(dir, CsvMarketLoader::volatCoeffFileName()),
-                      csvOfTable(source.volatCoeff())));
+    for (const QString& file : Files)
+        QVERIFY(writeFile(path(dir, file),
+                          dumpTable(tableOfFile(source, file), true).join('\n').toUtf8() + '\n'));
     MarketTables copy;
     CsvMarketLoader loader(&copy);
     QVERIFY2(loader.load(dir.path()),
              qPrintable(loader.errors().mid(0, 5).join(QLatin1Char('\n'))));
-    for (int i = 0; i < 3; ++i)
-        QCOMPARE(dumpTable(copy.all().at(i)), dumpTable(source.all().at(i)));
+    QCOMPARE(dumpAll(copy), dumpAll(source));
 }
 
 void TestCsvLoader::reloadReplacesTheRows()
@@ -170,8 +145,8 @@ void TestCsvLoader::reloadReplacesTheRows()
 void TestCsvLoader::badFile_data()
 {
     QTest::addColumn<QString>("file");
-    QTest::addColumn<QByteArray>("content");
-    QTest::addColumn<QString>("error"); // after "FILE:"
+    QTest::addColumn<QByteArray>("content"); // or "<missing>", or "<folder>" in its place
+    QTest::addColumn<QString>("error");      // after "FILE:"
 
     const QString sec = CsvMarketLoader::securitiesFileName();
     const QString pos = CsvMarketLoader::positionsFileName();
@@ -225,6 +200,8 @@ void TestCsvLoader::badFile_data()
         << coeff << lines({"isin_id;a;b", "7;25;6", "8;x;6"}) << "3: неверное число в столбце a";
     QTest::newRow("coefficients without series")
         << coeff << lines({"a;b", "25;6"}) << "1: нет ключевого столбца isin_id";
+    QTest::newRow("missing") << pos << QByteArray("<missing>") << "0: файл не найден";
+    QTest::newRow("unreadable") << coeff << QByteArray("<folder>") << "0: не удаётся открыть файл";
 }
 
 void TestCsvLoader::badFile()
@@ -232,99 +209,52 @@ void TestCsvLoader::badFile()
     QFETCH(QString, file);
     QFETCH(QByteArray, content);
     QFETCH(QString, error);
-    QTemporaryDir dir;
-    writeGood(dir);
-    const QString expected = path(dir, file) + QLatin1Char(':') + error;
 
-    // Into empty tables: the bad table stays empty, the others load.
-    {
-        MarketTables tables;
-        CsvMarketLoader loader(&tables);
-        QVERIFY(writeFile(path(dir, file), content));
-        QVERIFY(!loader.load(dir.path()));
-        QCOMPARE(loader.errors(), QStringList{expected});
-        for (Table* t : tables.all())
-            QCOMPARE(t->rowCount() == 0, t == tableOfFile(tables, file));
-    }
-    // Over a loaded market: every table keeps what it had.
-    {
+    // Over a loaded market first, then into empty tables: the bad file's table keeps what it
+    // had, the others load.
+    QList<QStringList> good;
+    for (bool loadedBefore : {true, false}) {
+        QTemporaryDir dir;
         writeGood(dir);
         MarketTables tables;
         CsvMarketLoader loader(&tables);
-        QVERIFY(loader.load(dir.path()));
-        QStringList before;
-        for (Table* t : tables.all())
-            before << dumpTable(t);
-        QVERIFY(writeFile(path(dir, file), content));
+        if (loadedBefore) {
+            QVERIFY(loader.load(dir.path()));
+            for (const Table* t : tables.all())
+                good << dumpTable(t);
+        }
+        const Table* bad = tableOfFile(tables, file);
+        const QStringList before = dumpTable(bad);
+        QVERIFY(QFile::remove(path(dir, file)));
+        if (content == "<folder>") // which cannot be read as a file
+            QVERIFY(QDir(dir.path()).mkdir(file));
+        else if (content != "<missing>")
+            QVERIFY(writeFile(path(dir, file), content));
         QVERIFY(!loader.load(dir.path()));
-        QCOMPARE(loader.errors(), QStringList{expected});
-        QStringList after;
-        for (Table* t : tables.all())
-            after << dumpTable(t);
-        QCOMPARE(after, before);
+        QCOMPARE(loader.errors(), QStringList{path(dir, file) + QLatin1Char(':') + error});
+        for (int i = 0; i < 3; ++i)
+            QCOMPARE(dumpTable(tables.all().at(i)),
+                     tables.all().at(i) == bad ? before : good.at(i));
     }
 }
 
-void TestCsvLoader::missingOrUnreadableFile_data()
-{
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<bool>("folder"); // a folder in the file's place, which cannot be read
-    QTest::addColumn<QString>("error");
-    QTest::newRow("missing") << CsvMarketLoader::positionsFileName() << false
-                             << ":0: файл не найден";
-    QTest::newRow("unreadable") << CsvMarketLoader::volatCoeffFileName() << true
-                                << ":0: не удаётся открыть файл";
-}
-
-void TestCsvLoader::missingOrUnreadableFile()
-{
-    QFETCH(QString, file);
-    QFETCH(bool, folder);
-    QFETCH(QString, error);
-    QTemporaryDir dir;
-    writeGood(dir);
-    MarketTables tables;
-    CsvMarketLoader loader(&tables);
-    QVERIFY(loader.load(dir.path()));
-    const Table* table = tableOfFile(tables, file);
-    const QStringList before = dumpTable(table);
-    QVERIFY(QFile::remove(path(dir, file)));
-    if (folder)
-        QVERIFY(QDir(dir.path()).mkdir(file));
-    QVERIFY(!loader.load(dir.path()));
-    QCOMPARE(loader.errors(), QStringList{path(dir, file) + error});
-    // The table keeps what it had; the others load.
-    QCOMPARE(dumpTable(table), before);
-    QCOMPARE(tables.securities()->rowCount(), 3);
-}
-
-void TestCsvLoader::fileNameAsGiven()
+// Errors name the file as it was given, and stop at twenty.
+void TestCsvLoader::fileNameAsGivenAndTooManyErrors()
 {
     QTemporaryDir dir;
     const QString given = dir.path() + "//./odd name.csv";
-    QVERIFY(writeFile(given, lines({"isin_id;a", "7;1", "7;2"})));
-    MarketTables tables;
-    CsvMarketLoader loader(&tables);
-    QVERIFY(!loader.loadTable(tables.volatCoeff(), given));
-    QCOMPARE(loader.errors(), QStringList{given + ":3: ключ 7 повторяет строку 2"});
-    QVERIFY(loader.loadTable(tables.securities(), path(dir, "none.csv")) == false);
-    QCOMPARE(loader.errors().size(), 1);
-}
-
-void TestCsvLoader::tooManyErrors()
-{
     QByteArray content = "isin_id;a\n";
     for (int i = 0; i < 30; ++i)
         content += "x;1\n";
-    QTemporaryDir dir;
-    const QString file = path(dir, "coefficients.csv");
-    QVERIFY(writeFile(file, content));
+    QVERIFY(writeFile(given, content));
     MarketTables tables;
     CsvMarketLoader loader(&tables);
-    QVERIFY(!loader.loadTable(tables.volatCoeff(), file));
+    QVERIFY(!loader.loadTable(tables.volatCoeff(), given));
     QCOMPARE(loader.errors().size(), 21);
-    QCOMPARE(loader.errors().first(), file + ":2: неверное целое число в столбце isin_id");
-    QCOMPARE(loader.errors().last(), file + ":22: слишком много ошибок, файл дальше не читается");
+    QCOMPARE(loader.errors().first(), given + ":2: неверное целое число в столбце isin_id");
+    QCOMPARE(loader.errors().last(), given + ":22: слишком много ошибок, файл дальше не читается");
+    QVERIFY(!loader.loadTable(tables.securities(), path(dir, "none.csv")));
+    QCOMPARE(loader.errors().size(), 1);
 }
 
 QTEST_GUILESS_MAIN(TestCsvLoader)
