@@ -11,39 +11,10 @@
 namespace {
 
 const QString Key = QStringLiteral("OptionCalculator/Confirmations/askClearVirtualPortfolio");
-const QString OtherKey = QStringLiteral("OptionCalculator/Confirmations/askLoadFromFile");
 
 bool storedAsk(const QString& key = Key)
 {
     return AppSettings(QString()).value(key, true).toBool();
-}
-
-// What the user saw of the dialog.
-struct Seen
-{
-    bool shown = false;
-    bool checkBoxShown = false;
-    QString checkBoxText;
-};
-
-// Answers the dialog once it runs its own loop: ticks "do not ask again" if told, then
-// presses the button, or closes the window for NoButton.
-void answer(ConfirmationDialog& dialog, Seen& seen, bool dontAskAgain,
-            QDialogButtonBox::StandardButton button)
-{
-    QTimer::singleShot(0, &dialog, [&dialog, &seen, dontAskAgain, button] {
-        auto* check = dialog.findChild<QCheckBox*>();
-        auto* buttons = dialog.findChild<QDialogButtonBox*>();
-        QVERIFY(check && buttons);
-        seen.shown = dialog.isVisible();
-        seen.checkBoxShown = check->isVisibleTo(&dialog);
-        seen.checkBoxText = check->text();
-        check->setChecked(dontAskAgain);
-        if (button == QDialogButtonBox::NoButton)
-            dialog.close();
-        else
-            buttons->button(button)->click();
-    });
 }
 
 } // namespace
@@ -53,13 +24,8 @@ class TestConfirmationDialog : public QObject
     Q_OBJECT
 private slots:
     void initTestCase();
-    void init();
-    void asksWhileTheSettingIsTrue_data();
-    void asksWhileTheSettingIsTrue();
-    void turnedOffDoesNotAsk_data();
-    void turnedOffDoesNotAsk();
-    void dontAskAgainTurnsTheSettingOff();
-    void withoutKeyAlwaysAsks();
+    void asking_data();
+    void asking();
 
 private:
     QTemporaryDir m_config;
@@ -71,113 +37,79 @@ void TestConfirmationDialog::initTestCase()
     AppSettings::setConfigDir(m_config.path());
 }
 
-void TestConfirmationDialog::init()
+void TestConfirmationDialog::asking_data()
 {
-    AppSettings(QString()).remove(QString());
-}
-
-void TestConfirmationDialog::asksWhileTheSettingIsTrue_data()
-{
-    QTest::addColumn<QVariant>("stored");
+    QTest::addColumn<QVariant>("stored"); // invalid: missing
+    QTest::addColumn<bool>("withKey");
     QTest::addColumn<bool>("dontAskAgain");
-    QTest::addColumn<int>("button");
+    QTest::addColumn<int>("button"); // NoButton: the window is closed
+    QTest::addColumn<bool>("shown");
     QTest::addColumn<bool>("confirmed");
+    QTest::addColumn<bool>("askAfter");
 
     const int yes = QDialogButtonBox::Yes, no = QDialogButtonBox::No;
-    QTest::newRow("missing, yes") << QVariant() << false << yes << true;
-    QTest::newRow("true, no") << QVariant(true) << false << no << false;
-    QTest::newRow("true, closed") << QVariant(true) << false << int(QDialogButtonBox::NoButton)
-                                  << false;
+    const int close = QDialogButtonBox::NoButton;
+    const QVariant missing, on(true), off(false);
+    QTest::newRow("missing, yes") << missing << true << false << yes << true << true << true;
+    QTest::newRow("true, no") << on << true << false << no << true << false << true;
+    QTest::newRow("true, closed") << on << true << false << close << true << false << true;
     // Declining is no answer to "do not ask again".
-    QTest::newRow("ticked, no") << QVariant(true) << true << no << false;
+    QTest::newRow("ticked, no") << on << true << true << no << true << false << true;
+    QTest::newRow("ticked, yes") << on << true << true << yes << true << true << false;
+    // Turned off, it confirms at once: no loop runs, so the "no" never comes.
+    QTest::newRow("false") << off << true << false << no << false << true << false;
+    QTest::newRow("text false, as an INI file holds it")
+        << QVariant(QStringLiteral("false")) << true << false << no << false << true << false;
+    // Without a key it always asks, and ticking the hidden box turns nothing off.
+    QTest::newRow("no key, ticked, yes") << missing << false << true << yes << true << true << true;
 }
 
-void TestConfirmationDialog::asksWhileTheSettingIsTrue()
+void TestConfirmationDialog::asking()
 {
     QFETCH(QVariant, stored);
+    QFETCH(bool, withKey);
     QFETCH(bool, dontAskAgain);
     QFETCH(int, button);
+    QFETCH(bool, shown);
     QFETCH(bool, confirmed);
+    QFETCH(bool, askAfter);
+    AppSettings(QString()).remove(QString());
     if (stored.isValid())
         AppSettings(QString()).setValue(Key, stored);
 
     ConfirmationDialog dialog;
-    dialog.setWindowTitle(QStringLiteral("Очистка модельного портфеля"));
-    dialog.setText(QStringLiteral("Вы действительно хотите очистить модельный портфель?"));
-    dialog.setSettingsKey(Key);
+    if (withKey)
+        dialog.setSettingsKey(Key);
     dialog.setWindowModality(Qt::WindowModal);
-    Seen seen;
-    answer(dialog, seen, dontAskAgain, QDialogButtonBox::StandardButton(button));
+    QCOMPARE(dialog.isAsking(), shown);
 
+    // Answers once the dialog runs its own loop.
+    bool seen = false;
+    QTimer::singleShot(0, &dialog, [&] {
+        auto* check = dialog.findChild<QCheckBox*>();
+        auto* buttons = dialog.findChild<QDialogButtonBox*>();
+        QVERIFY(check && buttons);
+        seen = dialog.isVisible();
+        QCOMPARE(check->isVisibleTo(&dialog), withKey);
+        QCOMPARE(check->text(), QStringLiteral("Больше не спрашивать"));
+        check->setChecked(dontAskAgain);
+        if (button == QDialogButtonBox::NoButton)
+            dialog.close();
+        else
+            buttons->button(QDialogButtonBox::StandardButton(button))->click();
+    });
     QCOMPARE(dialog.exec(), confirmed);
-    QVERIFY(seen.shown);
-    QVERIFY(seen.checkBoxShown);
-    QCOMPARE(seen.checkBoxText, QStringLiteral("Больше не спрашивать"));
+    QCOMPARE(seen, shown);
     QVERIFY(!dialog.isVisible());
-    QVERIFY(storedAsk());
-}
 
-void TestConfirmationDialog::turnedOffDoesNotAsk_data()
-{
-    QTest::addColumn<QVariant>("stored");
-    QTest::newRow("false") << QVariant(false);
-    QTest::newRow("text false, as an INI file holds it") << QVariant(QStringLiteral("false"));
-}
-
-void TestConfirmationDialog::turnedOffDoesNotAsk()
-{
-    QFETCH(QVariant, stored);
-    AppSettings(QString()).setValue(Key, stored);
-
-    ConfirmationDialog dialog;
-    dialog.setSettingsKey(Key);
-    QVERIFY(!dialog.isAsking());
-    Seen seen;
-    answer(dialog, seen, false, QDialogButtonBox::No);
-    // True at once: no loop ran, so the "no" above never came.
-    QVERIFY(dialog.exec());
-    QVERIFY(!seen.shown);
-    // Another question is still asked.
-    dialog.setSettingsKey(OtherKey);
-    QVERIFY(dialog.isAsking());
-}
-
-void TestConfirmationDialog::dontAskAgainTurnsTheSettingOff()
-{
-    ConfirmationDialog dialog;
-    dialog.setSettingsKey(Key);
-    Seen seen;
-    answer(dialog, seen, true, QDialogButtonBox::Yes);
-    QVERIFY(dialog.exec());
-    QVERIFY(seen.shown);
-    QVERIFY(!storedAsk());
-    QVERIFY(storedAsk(OtherKey));
-
-    // From now on it confirms without asking, in this dialog and in new ones.
-    Seen again;
-    answer(dialog, again, false, QDialogButtonBox::No);
-    QVERIFY(dialog.exec());
-    QVERIFY(!again.shown);
-
-    // Turned on again (by the options page), it asks again.
-    AppSettings(QString()).setValue(Key, true);
-    Seen third;
-    answer(dialog, third, false, QDialogButtonBox::No);
-    QVERIFY(!dialog.exec());
-    QVERIFY(third.shown);
-}
-
-void TestConfirmationDialog::withoutKeyAlwaysAsks()
-{
-    ConfirmationDialog dialog;
-    Seen seen;
-    // Ticking the hidden box turns nothing off.
-    answer(dialog, seen, true, QDialogButtonBox::Yes);
-    QVERIFY(dialog.exec());
-    QVERIFY(seen.shown);
-    QVERIFY(!seen.checkBoxShown);
-    QVERIFY(AppSettings(QString()).childKeys().isEmpty());
-    QVERIFY(AppSettings(QString()).childGroups().isEmpty());
+    // From now on the dialog asks as the setting says; other questions are still asked, and
+    // without a key nothing is written.
+    QCOMPARE(storedAsk(), askAfter);
+    QCOMPARE(dialog.isAsking(), askAfter || !withKey);
+    QVERIFY(storedAsk(QStringLiteral("OptionCalculator/Confirmations/askLoadFromFile")));
+    if (!withKey)
+        QVERIFY(AppSettings(QString()).childKeys().isEmpty() &&
+                AppSettings(QString()).childGroups().isEmpty());
 }
 
 QTEST_MAIN(TestConfirmationDialog)

@@ -18,7 +18,6 @@
 #include <QTemporaryDir>
 #include <QToolBar>
 #include <QToolButton>
-#include <QVBoxLayout>
 #include <QtTest>
 
 #include <memory>
@@ -59,7 +58,6 @@ private slots:
     void containerOrder();
     void containerFoundByName();
     void containerCyclesRefusedAndMoves();
-    void commandOrderInGroups();
     void menuFromContainers();
     void toolBarAndMenuBar();
     void menuEntryTriggersActionOfFocusedWindow();
@@ -80,37 +78,32 @@ void TestCommands::init()
 
 void TestCommands::containerOrder_data()
 {
-    // Each addition is "name:order:before" under a parent of the row's own.
-    QTest::addColumn<QStringList>("additions");
-    QTest::addColumn<QStringList>("expected");
-
-    QTest::newRow("numbers by value")
-        << QStringList{"a:15:", "b:6:", "c:1:"} << QStringList{"c", "b", "a"};
-    QTest::newRow("no order comes last, in arrival")
-        << QStringList{"a::", "b:2:", "c::"} << QStringList{"b", "a", "c"};
-    QTest::newRow("equal orders keep arrival")
-        << QStringList{"a:5:", "b:5:", "c:4:"} << QStringList{"c", "a", "b"};
-    QTest::newRow("text after numbers")
-        << QStringList{"x:b:", "y:10:", "z:a:", "w:9:"} << QStringList{"w", "y", "z", "x"};
-    QTest::newRow("before a sibling")
-        << QStringList{"a:1:", "c:3:", "b::c"} << QStringList{"a", "b", "c"};
-    QTest::newRow("before wins over order")
-        << QStringList{"a:1:", "b:2:", "c:9:a"} << QStringList{"c", "a", "b"};
-    QTest::newRow("before an absent sibling uses order")
-        << QStringList{"a:2:", "b:1:nothing"} << QStringList{"b", "a"};
-    QTest::newRow("before among equals")
-        << QStringList{"a:5:", "b:5:", "c:5:", "d::c"} << QStringList{"a", "b", "d", "c"};
+    // Each addition is "name:order:before" under a parent of the row's own; the expected
+    // order by names.
+    QTest::addColumn<QString>("additions");
+    QTest::addColumn<QString>("expected");
+    const auto row = [](const char* name, const char* additions, const char* expected) {
+        QTest::newRow(name) << QString(additions) << QString(expected);
+    };
+    row("numbers by value", "a:15: b:6: c:1:", "c b a");
+    row("no order comes last, in arrival", "a:: b:2: c::", "b a c");
+    row("equal orders keep arrival", "a:5: b:5: c:4:", "c a b");
+    row("text after numbers", "x:b: y:10: z:a: w:9:", "w y z x");
+    row("before a sibling", "a:1: c:3: b::c", "a b c");
+    row("before wins over order", "a:1: b:2: c:9:a", "c a b");
+    row("before an absent sibling uses order", "a:2: b:1:nothing", "b a");
+    row("before among equals", "a:5: b:5: c:5: d::c", "a b d c");
 }
 
 void TestCommands::containerOrder()
 {
-    QFETCH(QStringList, additions);
-    QFETCH(QStringList, expected);
+    QFETCH(QString, additions);
+    QFETCH(QString, expected);
 
     const QString prefix = QStringLiteral("order.%1.").arg(QTest::currentDataTag());
     const QByteArray parent = (prefix + QStringLiteral("parent")).toUtf8();
     ActionManager* manager = ActionManager::instance();
-    for (const QString& addition : additions) {
+    for (const QString& addition : additions.split(QLatin1Char(' '))) {
         const QStringList parts = addition.split(QLatin1Char(':'));
         const QByteArray before =
             parts.at(2).isEmpty() ? QByteArray() : (prefix + parts.at(2)).toUtf8();
@@ -121,7 +114,7 @@ void TestCommands::containerOrder()
     const QList<CommandContainer*> children = manager->findContainer(parent)->containers();
     for (const CommandContainer* child : children)
         order << QString::fromUtf8(child->id()).mid(prefix.size());
-    QCOMPARE(order, expected);
+    QCOMPARE(order.join(QLatin1Char(' ')), expected);
 }
 
 void TestCommands::containerFoundByName()
@@ -166,10 +159,6 @@ void TestCommands::containerCyclesRefusedAndMoves()
     QVERIFY(c.containers().isEmpty());
     QCOMPARE(b.containers(), QList<CommandContainer*>{&c});
 
-    // The menu of a sound tree ends.
-    std::unique_ptr<QMenu> menu(a.createMenu(nullptr));
-    QCOMPARE(describe(menu.get()), QStringLiteral("[[]]"));
-
     // Adding elsewhere moves.
     a.addContainer(&c);
     QVERIFY(b.containers().isEmpty());
@@ -184,51 +173,26 @@ void TestCommands::containerCyclesRefusedAndMoves()
     QCOMPARE(a.containers(), (QList<CommandContainer*>{&b, &c}));
 }
 
-void TestCommands::commandOrderInGroups()
-{
-    Command first("group.first");
-    Command second("group.second");
-    Command third("group.third");
-    Command fourth("group.fourth");
-    for (Command* command : {&first, &second, &third, &fourth})
-        command->setDefaultText(QString::fromUtf8(command->id()).section(QLatin1Char('.'), 1));
-
-    CommandContainer container("group.container");
-    container.addCommand(&first, QByteArray(), "2");
-    container.addCommand(&second, QByteArray(), "1");
-    container.addCommand(&third, "group.first", QByteArray()); // joins group 2
-    container.addCommand(&fourth, QByteArray(), "1");
-    QCOMPARE(container.commands(), (QList<Command*>{&second, &fourth, &third, &first}));
-
-    std::unique_ptr<QMenu> menu(container.createMenu(nullptr));
-    QCOMPARE(describe(menu.get()), QStringLiteral("second|fourth|-|third|first"));
-
-    // Added again: moved, not doubled.
-    container.addCommand(&second, QByteArray(), "3");
-    QCOMPARE(describe(menu.get()), QStringLiteral("fourth|-|third|first|-|second"));
-
-    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("null command"));
-    container.addCommand(nullptr);
-    QCOMPARE(container.commands().size(), 4);
-}
-
 void TestCommands::menuFromContainers()
 {
     Command open("menu.open");
-    open.setDefaultText(QStringLiteral("&Open"));
-    open.setDefaultShortcut(QKeySequence(QStringLiteral("Ctrl+O")));
     Command save("menu.save");
-    save.setDefaultText(QStringLiteral("Save"));
+    Command close("menu.close");
     Command quit("menu.quit");
-    quit.setDefaultText(QStringLiteral("Quit"));
     Command calc("menu.calc");
-    calc.setDefaultText(QStringLiteral("Calc"));
+    for (Command* command : {&open, &save, &close, &quit, &calc})
+        command->setDefaultText(QString::fromUtf8(command->id()).section(QLatin1Char('.'), 1));
+    open.setDefaultShortcut(QKeySequence(QStringLiteral("Ctrl+O")));
 
+    // Commands go by group, in arrival within one; one placed before another joins its group.
     CommandContainer root("menu.root");
     root.setTitle(QStringLiteral("File"));
     root.addCommand(&open, QByteArray(), "1");
     root.addCommand(&quit, QByteArray(), "9");
     root.addCommand(&save, QByteArray(), "1");
+    root.addCommand(&close, "menu.quit", QByteArray());
+    QTest::ignoreMessage(QtWarningMsg, QRegularExpression("null command"));
+    root.addCommand(nullptr);
     CommandContainer tools("menu.tools");
     tools.setTitle(QStringLiteral("Tools"));
     tools.addCommand(&calc);
@@ -237,28 +201,31 @@ void TestCommands::menuFromContainers()
     kept.setIcon(QIcon(QPixmap(8, 8)));
     root.addContainer(&kept, "5", "2");
     root.addContainer(&tools, "5", "1");
+    QCOMPARE(root.commands(), (QList<Command*>{&open, &save, &close, &quit}));
 
     std::unique_ptr<QMenu> menu(root.createMenu(nullptr));
     QCOMPARE(menu->title(), QStringLiteral("File"));
     QCOMPARE(describe(menu.get()),
-             QStringLiteral("&Open\tCtrl+O|Save|-|Tools[Calc]|Kept[]|-|Quit"));
+             QStringLiteral("open\tCtrl+O|save|-|Tools[calc]|Kept[]|-|close|quit"));
 
     // The kept menu is shown as it is, named after its container, and stays its own.
     const QPointer<QMenu> keptMenu = kept.menu();
     QVERIFY(keptMenu && !keptMenu->parent());
     QVERIFY(!keptMenu->icon().isNull());
 
-    // The menu follows later changes, deep down as well.
+    // The menu follows later changes, deep down as well; a command added again moves.
     auto plot = std::make_unique<Command>("menu.plot");
-    plot->setDefaultText(QStringLiteral("Plot"));
+    plot->setDefaultText(QStringLiteral("plot"));
     tools.addCommand(plot.get());
     tools.setTitle(QStringLiteral("Instruments"));
     calc.setDefaultShortcut(QKeySequence(QStringLiteral("F5")));
-    QCOMPARE(describe(menu.get()),
-             QStringLiteral("&Open\tCtrl+O|Save|-|Instruments[Calc\tF5|Plot]|Kept[]|-|Quit"));
+    root.addCommand(&save, QByteArray(), "10");
+    QCOMPARE(
+        describe(menu.get()),
+        QStringLiteral("open\tCtrl+O|-|Instruments[calc\tF5|plot]|Kept[]|-|close|quit|-|save"));
     plot.reset();
     QCOMPARE(describe(menu.get()),
-             QStringLiteral("&Open\tCtrl+O|Save|-|Instruments[Calc\tF5]|Kept[]|-|Quit"));
+             QStringLiteral("open\tCtrl+O|-|Instruments[calc\tF5]|Kept[]|-|close|quit|-|save"));
 
     // Refilling left the container's own menu alive and in place.
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
@@ -322,8 +289,6 @@ void TestCommands::menuEntryTriggersActionOfFocusedWindow()
     Window first;
     Window second;
     for (Window* window : {&first, &second}) {
-        auto* layout = new QVBoxLayout(&window->widget);
-        layout->addWidget(window->editor);
         window->widget.addAction(window->action);
         connect(window->action, &QAction::triggered, this, [window] { ++window->triggered; });
         window->widget.show();
@@ -331,7 +296,6 @@ void TestCommands::menuEntryTriggersActionOfFocusedWindow()
 
     QApplication::setActiveWindow(&second.widget);
     second.editor->setFocus();
-    QCOMPARE(QApplication::focusWidget(), second.editor);
     emit menu->aboutToShow();
     QVERIFY(entry->isEnabled());
     entry->trigger();
@@ -340,7 +304,6 @@ void TestCommands::menuEntryTriggersActionOfFocusedWindow()
 
     QApplication::setActiveWindow(&first.widget);
     first.editor->setFocus();
-    QCOMPARE(QApplication::focusWidget(), first.editor);
     entry->trigger();
     QCOMPARE(first.triggered, 1);
     QCOMPARE(second.triggered, 1);
@@ -363,7 +326,6 @@ void TestCommands::menuEntryTriggersActionOfFocusedWindow()
     elsewhere.show();
     QApplication::setActiveWindow(&elsewhere);
     elsewhere.setFocus();
-    QCOMPARE(QApplication::focusWidget(), &elsewhere);
     QVERIFY(!entry->isEnabled());
 }
 
@@ -421,7 +383,6 @@ void TestCommands::actionFollowsCommand()
     QCOMPARE(shortcutChanges.count(), 1);
     QCOMPARE(shortcutChanges.first().first().toByteArray(), id);
     QCOMPARE(action->shortcut(), chosen);
-    QCOMPARE(command->shortcut(), chosen);
     QVERIFY(manager->hasCustomShortcut(id));
 
     // The user's choice outlives a new default, and reset brings the default back.
@@ -433,8 +394,6 @@ void TestCommands::actionFollowsCommand()
     // No key at all is a choice as well.
     manager->setShortcut(id, QKeySequence());
     QVERIFY(action->shortcut().isEmpty());
-    QVERIFY(manager->hasCustomShortcut(id));
-    manager->resetShortcut(id);
 
     // Without its command an Action has no key, and keeps only its own text.
     command.reset();
@@ -451,9 +410,7 @@ void TestCommands::toolTipShowsShortcut()
     command.setDefaultText(QStringLiteral("&Сохранить график как..."));
     command.setDefaultShortcut(QKeySequence(QStringLiteral("Ctrl+S")));
     command.setShortcutVisibleInToolTip(true);
-    QPixmap pixmap(16, 16);
-    pixmap.fill(Qt::red);
-    Action action(QIcon(pixmap), QString(), "tip.save");
+    Action action(QIcon(), QString(), "tip.save");
     QCOMPARE(action.toolTip(), QStringLiteral("Сохранить график как (Ctrl+S)"));
 
     command.setShortcutVisibleInToolTip(false);
