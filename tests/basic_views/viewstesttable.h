@@ -7,11 +7,13 @@
 #include "database/table.h"
 #include "database/tableupdater.h"
 
+#include <QAbstractItemModelTester>
 #include <QDate>
 #include <QLocale>
 #include <QStringList>
 
 #include <algorithm>
+#include <functional>
 #include <random>
 #include <vector>
 
@@ -87,11 +89,10 @@ struct ViewsTestTable
         return r;
     }
 
-    Record insert(qint64 secId, const QString& price = QString(), int board = 14)
+    Record insert(qint64 secId, const QString& price)
     {
-        Record r = make(secId, board);
-        if (!price.isEmpty())
-            r.data(Price) = decimal(price);
+        Record r = make(secId);
+        r.data(Price) = decimal(price);
         table->insertRecord(r);
         return r;
     }
@@ -111,6 +112,37 @@ inline int byField(int column, const Record& a, const Record& b)
 {
     return a.data(column).compare(b.data(column));
 }
+
+using Compare = std::function<int(const Record&, const Record&)>;
+
+// The order of a sort by a table column; none for column -1.
+inline Compare sortedBy(int column, Qt::SortOrder order = Qt::AscendingOrder)
+{
+    return [column, order](const Record& a, const Record& b) {
+        const int c = column < 0 ? 0 : byField(column, a, b);
+        return order == Qt::DescendingOrder ? -c : c;
+    };
+}
+
+// Checks the model's answers at every change; a fault fails the test at once.
+inline void watch(QAbstractItemModel* model)
+{
+    new QAbstractItemModelTester(model, QAbstractItemModelTester::FailureReportingMode::Fatal,
+                                 model);
+}
+
+// Counts the cells read, to tell a search by halves from a walk.
+template <class Model> class CountingReads : public Model
+{
+public:
+    using Model::Model;
+    QVariant data(const QModelIndex& index, int role) const override
+    {
+        ++reads;
+        return Model::data(index, role);
+    }
+    mutable int reads = 0;
+};
 
 // A number as the system locale writes it.
 inline QString point(QString text)
@@ -198,7 +230,7 @@ public:
         const bool inPlace = m_mode == 1 || (m_mode == 2 && roll(2) == 0);
         // Now and then a single change outside any bracket.
         if (inPlace && roll(8) == 0 && table->rowCount() > 0) {
-            Record r = pick();
+            Record r = shuffledRows().front();
             const int column = updateColumn();
             writeRandom(r, column);
             table->updated(r, column, column);
@@ -254,11 +286,7 @@ public:
     Record newRecord()
     {
         Record r = m_t.make(m_nextId++, roll(4) == 0 ? 1 : 14);
-        for (int c :
-             {int(ViewsTestTable::SecName), int(ViewsTestTable::Sectype),
-              int(ViewsTestTable::OptionType), int(ViewsTestTable::BaseCode),
-              int(ViewsTestTable::Strike), int(ViewsTestTable::ExpDate), int(ViewsTestTable::Price),
-              int(ViewsTestTable::Volat), int(ViewsTestTable::Decimals), int(ViewsTestTable::Lot)})
+        for (int c = ViewsTestTable::SecName; c < ViewsTestTable::ColumnCount; ++c)
             writeRandom(r, c);
         return r;
     }
@@ -276,17 +304,14 @@ public:
             r.data(column) = QStringLiteral("N%1").arg(roll(12), 2, 10, QLatin1Char('0'));
             break;
         case ViewsTestTable::Sectype:
-            r.data(column) = QString(roll(3) == 0 ? QStringLiteral("F") : QStringLiteral("O"));
+            r.data(column) = QString(QLatin1String(roll(3) == 0 ? "F" : "O"));
             break;
         case ViewsTestTable::OptionType:
-            r.data(column) = QString(roll(2) == 0 ? QStringLiteral("C") : QStringLiteral("P"));
+            r.data(column) = QString(QLatin1String(roll(2) == 0 ? "C" : "P"));
             break;
-        case ViewsTestTable::BaseCode: {
-            static const QStringList codes = {QStringLiteral("Si"), QStringLiteral("RI"),
-                                              QStringLiteral("BR")};
-            r.data(column) = codes.at(roll(codes.size()));
+        case ViewsTestTable::BaseCode:
+            r.data(column) = QStringList({"Si", "RI", "BR"}).at(roll(3));
             break;
-        }
         case ViewsTestTable::Strike:
             r.data(column) = decimal(7000 + 250 * roll(8), 2);
             break;
@@ -316,11 +341,6 @@ private:
     {
         return ViewsTestTable::SecName +
                roll(ViewsTestTable::ColumnCount - ViewsTestTable::SecName);
-    }
-    Record pick()
-    {
-        const std::vector<Record> rows = shuffledRows();
-        return rows.front();
     }
     std::vector<Record> shuffledRows()
     {
