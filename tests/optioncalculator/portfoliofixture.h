@@ -18,6 +18,17 @@
 #include <cmath>
 #include <memory>
 
+// The instruments that most cases hold.
+inline const QString Call = QStringLiteral("RI150000CA");
+inline const QString Put = QStringLiteral("RI145000PA");
+inline const QString Future = QStringLiteral("RI-3.30");
+
+// A value as an edit or a row of the table takes it.
+inline QVariant dec(double value, int scale = 2)
+{
+    return QVariant::fromValue(decimal::fromDouble(value, short(scale)));
+}
+
 struct PortfolioFixture
 {
     PortfolioFixture()
@@ -41,6 +52,14 @@ struct PortfolioFixture
     Record addRow(const QString& secName, qint64 pos, int flag = 0,
                   const QVariant& miv = QVariant(), const QVariant& mp = QVariant())
     {
+        const Record row = makeRow(secName, pos, flag, miv, mp);
+        table->insertRecord(row);
+        return row;
+    }
+    // The same row left out of the table, so that no valuation touches it.
+    Record makeRow(const QString& secName, qint64 pos, int flag = 0,
+                   const QVariant& miv = QVariant(), const QVariant& mp = QVariant())
+    {
         const Record s = market.security(secName);
         Record row(table);
         for (const char* key : {"stock_id", "board_id", "sec_id", "sectype", "sec_name"})
@@ -51,7 +70,6 @@ struct PortfolioFixture
         row.data(QStringLiteral("miv_mp_flag")) = flag;
         row.data(QStringLiteral("miv")).setValue(miv);
         row.data(QStringLiteral("mp")).setValue(mp);
-        table->insertRecord(row);
         return row;
     }
     // Writes fields of a row in one batch, as an edit does.

@@ -14,15 +14,6 @@
 
 namespace {
 
-const QString Call = QStringLiteral("RI150000CA");
-const QString Put = QStringLiteral("RI145000PA");
-const QString Future = QStringLiteral("RI-3.30");
-
-QVariant dec(double value, int scale = 2)
-{
-    return QVariant::fromValue(decimal::fromDouble(value, short(scale)));
-}
-
 // Every cell of every row: what undo and redo must restore exactly.
 QStringList snapshot(const Table* table)
 {

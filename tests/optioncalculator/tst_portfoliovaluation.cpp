@@ -8,15 +8,7 @@
 
 namespace {
 
-const QString Call = QStringLiteral("RI150000CA");
-const QString Put = QStringLiteral("RI145000PA");
-const QString Future = QStringLiteral("RI-3.30");
 constexpr double Step = 10.0;
-
-QVariant dec(double value, int scale = 2)
-{
-    return QVariant::fromValue(decimal::fromDouble(value, short(scale)));
-}
 
 double price(const VolatInputParams& in, double volatility, bool put)
 {
@@ -170,10 +162,10 @@ void TestPortfolioValuation::editsAndTicks()
 {
     PortfolioFixture f;
     const Record row = f.addRow(Call, 1);
-    const double marketVolat = f.market.security(Call).data(QStringLiteral("volat")).toDouble();
     auto miv = [&] { return PortfolioFixture::dec(row, "miv").toDouble(); };
     auto mp = [&] { return PortfolioFixture::dec(row, "mp").toDouble(); };
     auto isNull = [&](const char* column) { return row.data(QLatin1String(column)).isNull(); };
+    const double marketVolat = f.market.security(Call).data(QStringLiteral("volat")).toDouble();
     QCOMPARE(miv(), decimal::fromDouble(marketVolat, 2).toDouble());
 
     // Typing a volatility; the check box off keeps it and drops mp; on again, mp is back.
@@ -194,11 +186,11 @@ void TestPortfolioValuation::editsAndTicks()
     QCOMPARE(mp(), 2000.0);
     f.set(row, {{"miv_mp_flag", 0}});
     QCOMPARE(miv(), decimal::fromDouble(marketVolat, 2).toDouble());
+    f.set(row, {{"miv_mp_flag", 3}, {"miv", 30.0}});
 
     // Ticks. The base future's quote alone reaches no option row; the option's own tick
     // values it at the new quote, and the views learn of the new mp. A tick that changes
     // none of the row's values writes nothing.
-    f.set(row, {{"miv_mp_flag", 3}, {"miv", 30.0}});
     f.market.setField(Future, QStringLiteral("cur_kotir"), QVariant::fromValue(decimal(152000, 0)));
     QCOMPARE(mp(), mpAt30);
     QSignalSpy changes(f.model.get(), SIGNAL(dataChanged(QModelIndex, QModelIndex, QVector<int>)));

@@ -79,7 +79,6 @@ private slots:
     void plugin();
     void tradeMenuAndCommands();
     void menu();
-    void icons();
     void factory_data();
     void factory();
     void storeRestoreRoundTrip();
@@ -153,16 +152,10 @@ void TestShell::plugin()
     const QJsonObject meta = m_loader.metaData();
     QCOMPARE(meta.value("IID").toString(), QStringLiteral("tarnel.plugin.optioncalculator"));
     QCOMPARE(meta.value("className").toString(), QStringLiteral("OptionCalculator"));
-    // The toolkit writes its major and minor version; the patch level is left out.
-    QCOMPARE(meta.value("version").toInt(),
-             QT_VERSION_CHECK(QT_VERSION_MAJOR, QT_VERSION_MINOR, 0));
     QCOMPARE(meta.value("debug"), QJsonValue(false));
 
     auto* plugin = qobject_cast<IPlugin*>(m_plugin);
     QCOMPARE(QString(plugin->pluginName()), QStringLiteral("optioncalculator"));
-    QCOMPARE(QStringList({plugin->displayName(), plugin->vendor(), plugin->version(),
-                          plugin->description()}),
-             QStringList({Kind, "Кестрел", "4.05.0599", Kind}));
     const QList<IViewFactory*> factories = qobject_cast<IViewProvider*>(m_plugin)->viewFactories();
     QCOMPARE(factories.size(), 1);
     QCOMPARE(factories.first()->viewId(), QByteArray("OptCalcWindow"));
@@ -177,8 +170,10 @@ void TestShell::tradeMenuAndCommands()
     QCOMPARE(trade->containers().size(), 1);
     CommandContainer* entry = trade->containers().first();
     QCOMPARE(entry->title(), QStringLiteral("&Опционный калькулятор..."));
-    QCOMPARE(entry->icon().pixmap(16).toImage(),
-             QIcon(":/oc/icons/windows/optcalc.png").pixmap(16).toImage());
+    // The module's images are built into it.
+    const QImage icon = QIcon(":/oc/icons/windows/optcalc.png").pixmap(16).toImage();
+    QVERIFY(!icon.isNull());
+    QCOMPARE(entry->icon().pixmap(16).toImage(), icon);
 
     CommandContainer* toolBar = ActionManager::instance()->findContainer("OptCalcToolBar");
     QVERIFY(toolBar);
@@ -238,21 +233,6 @@ void TestShell::menu()
     QCOMPARE(windows.opened, QStringList({"OptCalcWindow:Si", "OptCalcWindow:RI"}));
 }
 
-void TestShell::icons()
-{
-    for (const char* path :
-         {":/oc/icons/windows/optcalc.png", ":/icons/preferences/optcalc.png",
-          ":/icons/preferences/colors.png", ":oc/icons/plot@1x.png", ":oc/icons/vportfolio@1x.png",
-          ":oc/icons/rportfolio@1x.png", ":oc/icons/separate@1x.png", ":oc/icons/sigma@1x.png",
-          ":oc/icons/percent@1x.png", ":oc/icons/grid@1x.png", ":oc/icons/autoScale@1x.png",
-          ":/oc/icons/add@1x.png", ":/oc/icons/add_strategy@1x.png", ":/oc/icons/remove@1x.png",
-          ":/oc/icons/clear@1x.png", ":/oc/icons/import@1x.png",
-          ":/oc/icons/add_orders_toolbar.png", ":/oc/icons/download@1x.png"}) {
-        const QImage image(QString::fromLatin1(path));
-        QVERIFY2(image.size() == QSize(16, 16) && image.hasAlphaChannel(), path);
-    }
-}
-
 void TestShell::factory_data()
 {
     QTest::addColumn<QString>("key");
@@ -274,7 +254,6 @@ void TestShell::factory()
     QVERIFY(made);
     QCOMPARE(made->windowTitle(), built ? key + " - " + Kind : QString());
     QCOMPARE(made->objectName(), built ? QStringLiteral("OptCalcWindow") : QString());
-    QCOMPARE(made->defaultSize(), QSize(900, 600));
     // A shell shows its tool bar too.
     auto* toolBar = made->findChild<QToolBar*>(QStringLiteral("toolBar"));
     QVERIFY(toolBar);
@@ -317,25 +296,14 @@ void TestShell::restoreTakesCodeFromTitle_data()
     QTest::addColumn<QString>("userTitle");
     QTest::addColumn<QString>("title");
 
-    QTest::newRow("one hyphen") << ""
-                                << " RI - old"
-                                << ""
-                                << "RI - " + Kind;
-    QTest::newRow("two hyphens") << ""
-                                 << "RI - old - x"
-                                 << "" << Kind;
-    QTest::newRow("no hyphen") << "" << Kind << "" << Kind;
-    QTest::newRow("hyphen alone") << ""
-                                  << "-"
-                                  << "" << Kind;
-    QTest::newRow("saved code first") << "Si"
-                                      << "RI - old"
-                                      << ""
-                                      << "Si - " + Kind;
-    QTest::newRow("user title kept") << ""
-                                     << "RI - old"
-                                     << "Мой"
-                                     << "Мой - " + Kind;
+    auto row = [](const char* name, const char* saved, const QString& frame, const char* user,
+                  const QString& title) { QTest::newRow(name) << saved << frame << user << title; };
+    row("one hyphen", "", " RI - old", "", "RI - " + Kind);
+    row("two hyphens", "", "RI - old - x", "", Kind);
+    row("no hyphen", "", Kind, "", Kind);
+    row("hyphen alone", "", "-", "", Kind);
+    row("saved code first", "Si", "RI - old", "", "Si - " + Kind);
+    row("user title kept", "", "RI - old", "Мой", "Мой - " + Kind);
 }
 
 void TestShell::restoreTakesCodeFromTitle()
