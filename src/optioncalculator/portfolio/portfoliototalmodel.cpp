@@ -2,7 +2,7 @@
 
 #include "portfoliomodel.h"
 
-#include "marketdata/optcalcsecuritymodel.h"
+#include "marketdata/frozenclock.h"
 
 #include <QColor>
 
@@ -117,13 +117,7 @@ void PortfolioTotalModel::updateTotal()
 {
     decimal totals[4];
     if (m_sourceModel) {
-        // One instant for the whole walk, unless the caller holds the clock already.
-        OptCalcSecurityModel* clock = m_sourceModel->securityModel();
-        const bool freeze = clock && !clock->useFixedNow();
-        if (freeze) {
-            clock->setFrozenTime(datetime::now());
-            clock->setClockFrozen(true);
-        }
+        const FrozenClock clock(m_sourceModel->securityModel());
         // The sums are of the values shown: position-scaled, at the scale of the display.
         const int rows = m_sourceModel->rowCount();
         for (int row = 0; row < rows; ++row) {
@@ -137,8 +131,6 @@ void PortfolioTotalModel::updateTotal()
                 totals[i] += decimal::fromVariant(shown);
             }
         }
-        if (freeze)
-            clock->setClockFrozen(false);
     }
     m_totalDelta = totals[0];
     m_totalGamma = totals[1];

@@ -2,6 +2,7 @@
 
 #include "portfoliocolumndelegates.h"
 
+#include "marketdata/frozenclock.h"
 #include "marketdata/optcalcsecuritymodel.h"
 #include "marketdata/securitiesoptcalcdirectory.h"
 #include "marketdata/volatcoeffdirectory.h"
@@ -36,31 +37,6 @@ namespace {
 
 constexpr double SecondsPerYear = 3.1536e7;
 constexpr qint64 SecondsPerDay = 86400;
-
-// Holds the security model's clock at one instant for the length of a walk, unless it is
-// held already, so that the whole walk sees one "now".
-class FrozenClock
-{
-public:
-    explicit FrozenClock(OptCalcSecurityModel* model)
-        : m_model(model && !model->useFixedNow() ? model : nullptr)
-    {
-        if (m_model) {
-            m_model->setFrozenTime(datetime::now());
-            m_model->setClockFrozen(true);
-        }
-    }
-    ~FrozenClock()
-    {
-        if (m_model)
-            m_model->setClockFrozen(false);
-    }
-    FrozenClock(const FrozenClock&) = delete;
-    FrozenClock& operator=(const FrozenClock&) = delete;
-
-private:
-    OptCalcSecurityModel* m_model;
-};
 
 bool nearZero(double value)
 {
