@@ -1207,6 +1207,13 @@ void TestPlot::resetAndBaseLine()
     }
     QVERIFY(line->isValid());
     QCOMPARE(told.count(), 1);
+    // Their legend entries go, and are no longer found once deleted.
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    bool found = true;
+    QVERIFY(f.legend->isItemChecked(sum->title().text(), &found));
+    QVERIFY(!found);
+    QVERIFY(f.legend->isItemChecked(BaseLineTitle, &found));
+    QVERIFY(found);
     QCOMPARE(f.plot->curves().size(), 3);
 
     // The line keeps its place as the height changes, and reaches past zero both ways.

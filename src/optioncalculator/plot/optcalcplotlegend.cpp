@@ -84,22 +84,30 @@ OptCalcPlotLegend::OptCalcPlotLegend(VirtualPortfolioModel* model, QWidget* pare
         m_gridLayout->setSizeConstraint(QLayout::SetFixedSize);
 }
 
-OptCalcPlotLegend::~OptCalcPlotLegend() = default;
+OptCalcPlotLegend::~OptCalcPlotLegend()
+{
+    // The entries go with the base class, after the maps they would clean up.
+    for (auto it = m_labels.cbegin(); it != m_labels.cend(); ++it)
+        disconnect(it.key(), &QObject::destroyed, this, nullptr);
+}
 
 QString OptCalcPlotLegend::summaryTitle()
 {
     return tr("Суммарно");
 }
 
-QList<QPair<QCheckBox*, QwtLegendLabel*>> OptCalcPlotLegend::liveEntries() const
+bool OptCalcPlotLegend::isLive(QCheckBox* checkBox, QwtLegendLabel* label) const
 {
     // Entries whose widgets were dropped by the base class linger in the map until the next
     // entry is made; only those still in the legend count.
-    const QList<QCheckBox*> boxes = findChildren<QCheckBox*>();
-    const QList<QwtLegendLabel*> labels = findChildren<QwtLegendLabel*>();
+    return isAncestorOf(checkBox) && isAncestorOf(label);
+}
+
+QList<QPair<QCheckBox*, QwtLegendLabel*>> OptCalcPlotLegend::liveEntries() const
+{
     QList<QPair<QCheckBox*, QwtLegendLabel*>> entries;
     for (auto it = m_labels.cbegin(); it != m_labels.cend(); ++it) {
-        if (boxes.contains(it.key()) && labels.contains(it.value()))
+        if (isLive(it.key(), it.value()))
             entries.append({it.key(), it.value()});
     }
     return entries;
@@ -107,10 +115,11 @@ QList<QPair<QCheckBox*, QwtLegendLabel*>> OptCalcPlotLegend::liveEntries() const
 
 QPair<QCheckBox*, QwtLegendLabel*> OptCalcPlotLegend::entryOf(const QString& title) const
 {
+    // Asked for every curve on every mouse move: the title is compared before anything else.
     if (!title.isEmpty()) {
-        for (const auto& entry : liveEntries()) {
-            if (entry.second->text().text() == title)
-                return entry;
+        for (auto it = m_labels.cbegin(); it != m_labels.cend(); ++it) {
+            if (it.value()->text().text() == title && isLive(it.key(), it.value()))
+                return {it.key(), it.value()};
         }
     }
     return {nullptr, nullptr};
@@ -162,6 +171,11 @@ QWidget* OptCalcPlotLegend::createWidget(const QwtLegendData& data) const
     auto* self = const_cast<OptCalcPlotLegend*>(this);
     connect(checkBox, &QCheckBox::stateChanged, self, &OptCalcPlotLegend::onCheckBoxChecked,
             Qt::UniqueConnection);
+    // The maps never hold an entry that is gone, so that look-ups need not search the children.
+    connect(checkBox, &QObject::destroyed, self, [self, checkBox] {
+        self->m_labels.remove(checkBox);
+        self->m_icons.remove(checkBox);
+    });
     auto* label = new QwtLegendLabel;
     label->setItemMode(defaultItemMode());
     layout->addWidget(checkBox);

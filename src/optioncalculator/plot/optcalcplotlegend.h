@@ -51,6 +51,7 @@ protected:
     void updateWidget(QWidget* widget, const QwtLegendData& data) override;
 
 private:
+    bool isLive(QCheckBox* checkBox, QwtLegendLabel* label) const;
     // The entries whose check box and label are both still in the legend, in map order.
     QList<QPair<QCheckBox*, QwtLegendLabel*>> liveEntries() const;
     // The first live entry of that title, or nulls.
