@@ -2,6 +2,8 @@
 
 #include "markettables.h"
 
+#include "database/exchangeconventions.h"
+
 MarketFeed::MarketFeed(MarketTables* tables, QObject* parent) : QObject(parent), m_tables(tables) {}
 
 MarketFeed::~MarketFeed() = default;
@@ -13,7 +15,7 @@ MarketTables* MarketFeed::tables() const
 
 QString MarketFeed::transportName()
 {
-    return QStringLiteral("KESTREL");
+    return Exchange::transportName();
 }
 
 void MarketFeed::setTransportStatus(TransportStatus status)

@@ -4,6 +4,7 @@
 #include "markettables.h"
 
 #include "database/pricing.h"
+#include "database/exchangeconventions.h"
 #include "database/table.h"
 #include "database/tableupdater.h"
 
@@ -17,12 +18,10 @@
 
 namespace {
 
-constexpr int DerivativesMarket = 1;
-constexpr int FuturesBoard = 1;
-constexpr int OptionsBoard = 14;
-// Trading of a contract ends at 19:00 of its expiry date.
-constexpr qint64 TradingEndMs = 68400000;
-constexpr double SecondsPerYear = 3.1536e7;
+using Exchange::DerivativesMarket;
+using Exchange::FuturesBoard;
+using Exchange::OptionsBoard;
+using Exchange::SecondsPerYear;
 constexpr qint64 MsecsPerDay = 86400000;
 // The mantissa of 1 at the scale of prices.
 constexpr qint64 PriceUnit = 10000;
@@ -99,7 +98,7 @@ QDate thirdThursday(int year, int month)
 
 qint64 tradingEnd(const QDate& date)
 {
-    return datetime(date).msecs() + TradingEndMs;
+    return datetime(date).msecs() + Exchange::EndOfTradingMs;
 }
 
 // Square root of the years left until the end of trading.

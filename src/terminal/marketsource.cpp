@@ -1,10 +1,12 @@
 #include "marketsource.h"
 
+#include "database/exchangeconventions.h"
+
 MarketSource::MarketSource(QObject* parent) : QObject(parent) {}
 
 MarketSource::~MarketSource() = default;
 
 QString MarketSource::transportName() const
 {
-    return QStringLiteral("KESTREL");
+    return Exchange::transportName();
 }

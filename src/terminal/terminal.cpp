@@ -16,6 +16,7 @@
 #include "c_api/tableregistry.h"
 #include "c_api/viewregistry.h"
 #include "connections_model/connectionsmanager.h"
+#include "database/exchangeconventions.h"
 #include "database/settings.h"
 
 #include <QDir>
@@ -79,8 +80,8 @@ void Terminal::startMarket()
         for (const QString& line : error.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
             notify(line);
         if (!m_feed) {
-            m_transport = connections->addTransport(QStringLiteral("KESTREL"));
-            m_mainWindow->showTransport(connections, QStringLiteral("KESTREL"));
+            m_transport = connections->addTransport(Exchange::transportName());
+            m_mainWindow->showTransport(connections, Exchange::transportName());
             notify(tr("Рынок недоступен: %1").arg(error));
             return;
         }

@@ -4,6 +4,7 @@
 
 #include "c_api/icore.h"
 #include "c_api/tableregistry.h"
+#include "database/exchangeconventions.h"
 #include "database/masterindex.h"
 #include "database/table.h"
 #include "database/tablelocker.h"
@@ -147,10 +148,9 @@ void SecuritiesOptCalcDirectory::remove(const Record& record, int position)
 
 bool SecuritiesOptCalcDirectory::filter(const Record& record) const
 {
-    if (record.data(m_columns.stock_id).toInteger() != 1)
+    if (record.data(m_columns.stock_id).toInteger() != Exchange::DerivativesMarket)
         return false;
-    const int board = record.data(m_columns.board_id).toInteger();
-    return board == 1 || board == 14;
+    return Exchange::isDerivativesBoard(record.data(m_columns.board_id).toInteger());
 }
 
 bool SecuritiesOptCalcDirectory::contains(const Record& record) const

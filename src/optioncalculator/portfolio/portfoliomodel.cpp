@@ -10,6 +10,7 @@
 
 #include "c_api/icore.h"
 #include "c_api/tableregistry.h"
+#include "database/exchangeconventions.h"
 #include "database/field.h"
 #include "database/masterindex.h"
 #include "database/table.h"
@@ -33,7 +34,7 @@ Table* terminalTable(const QString& name)
 
 bool isPortfolioBoard(int board)
 {
-    return board == 1 || board == 14;
+    return Exchange::isDerivativesBoard(board);
 }
 
 } // namespace

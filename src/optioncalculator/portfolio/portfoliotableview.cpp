@@ -1,5 +1,6 @@
 #include "portfoliotableview.h"
 
+#include "commandids.h"
 #include "comboboxportfoliodelegate.h"
 #include "matchmodelcomboboxdelegatefactory.h"
 #include "portfolioitemdelegate.h"
@@ -137,24 +138,24 @@ QAction* PortfolioTableView::addModelAction(const QByteArray& id, const QString&
 void PortfolioTableView::buildActions(bool modelPortfolio)
 {
     if (!modelPortfolio) {
-        addModelAction("OC.addPostponedOrders", QStringLiteral(":oc/icons/add_orders_toolbar.png"),
+        addModelAction(CommandId::AddPostponedOrders, QStringLiteral(":oc/icons/add_orders_toolbar.png"),
                        tr("Подготовить пакет заявок"), SLOT(addPostponedOrders()), true);
-        addModelAction("OC.loadReal", QStringLiteral(":oc/icons/download@1x.png"),
+        addModelAction(CommandId::LoadReal, QStringLiteral(":oc/icons/download@1x.png"),
                        tr("Загрузить в модельный портфель"), SLOT(loadRealPortfolio()), true);
         return;
     }
     // Undo and redo act on the stack, not on the widget; their texts name the edit.
-    addModelAction("OC.undo", QString(), tr("Отменить"), nullptr, false)->setEnabled(false);
-    addModelAction("OC.redo", QString(), tr("Вернуть"), nullptr, false)->setEnabled(false);
-    addModelAction("OC.addPosition", QStringLiteral(":oc/icons/add@1x.png"), tr("Добавить позицию"),
+    addModelAction(CommandId::Undo, QString(), tr("Отменить"), nullptr, false)->setEnabled(false);
+    addModelAction(CommandId::Redo, QString(), tr("Вернуть"), nullptr, false)->setEnabled(false);
+    addModelAction(CommandId::AddPosition, QStringLiteral(":oc/icons/add@1x.png"), tr("Добавить позицию"),
                    SLOT(addVirtualPortfolioPos()), true);
-    addModelAction("OC.addApproach", QStringLiteral(":oc/icons/add_strategy@1x.png"),
+    addModelAction(CommandId::AddApproach, QStringLiteral(":oc/icons/add_strategy@1x.png"),
                    tr("Добавить стратегию"), SLOT(addApproach()), true);
-    addModelAction("OC.delPosition", QStringLiteral(":oc/icons/remove@1x.png"),
+    addModelAction(CommandId::DelPosition, QStringLiteral(":oc/icons/remove@1x.png"),
                    tr("Удалить позицию"), SLOT(delVirtualPortfolioPos()), true);
-    addModelAction("OC.clear", QStringLiteral(":oc/icons/clear@1x.png"), tr("Очистить"),
+    addModelAction(CommandId::Clear, QStringLiteral(":oc/icons/clear@1x.png"), tr("Очистить"),
                    SLOT(clearVirtualPortfolio()), true);
-    addModelAction("OC.import", QStringLiteral(":oc/icons/import@1x.png"),
+    addModelAction(CommandId::Import, QStringLiteral(":oc/icons/import@1x.png"),
                    tr("Импортировать данные"), SLOT(importDataToVirtualPortfolio()), true);
 }
 
@@ -238,8 +239,8 @@ void PortfolioTableView::setUndoStack(QUndoStack* stack)
         disconnect(connection);
     m_undoConnections.clear();
     m_undoStack = stack;
-    QAction* undo = action("OC.undo");
-    QAction* redo = action("OC.redo");
+    QAction* undo = action(CommandId::Undo);
+    QAction* redo = action(CommandId::Redo);
     if (!undo || !redo)
         return;
     const QString undoVerb = tr("Отменить");
@@ -268,9 +269,9 @@ void PortfolioTableView::onSelectionChanged()
 {
     if (!qobject_cast<VirtualPortfolioModel*>(model()))
         return;
-    if (QAction* clear = action("OC.clear"))
+    if (QAction* clear = action(CommandId::Clear))
         clear->setEnabled(model()->rowCount() > 0);
-    if (QAction* remove = action("OC.delPosition"))
+    if (QAction* remove = action(CommandId::DelPosition))
         remove->setEnabled(selectionModel() && selectionModel()->hasSelection());
 }
 

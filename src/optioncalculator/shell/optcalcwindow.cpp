@@ -1,5 +1,6 @@
 #include "optcalcwindow.h"
 
+#include "commandids.h"
 #include "optcalcdockwidget.h"
 
 #include "basic_views/mainviewsettingspage.h"
@@ -66,19 +67,19 @@ OptCalcWindow::OptCalcWindow(const QString& baseCode, QWidget* parent)
             SLOT(onRealPortfolioViewEnabled(bool)));
 
     partialCurvesAction =
-        makeModeAction(QStringLiteral(":oc/icons/separate@1x.png"), "OC.partialCurves", this);
+        makeModeAction(QStringLiteral(":oc/icons/separate@1x.png"), CommandId::PartialCurves, this);
     summaryCurvesAction =
-        makeModeAction(QStringLiteral(":oc/icons/sigma@1x.png"), "OC.summaryCurves", this);
+        makeModeAction(QStringLiteral(":oc/icons/sigma@1x.png"), CommandId::SummaryCurves, this);
     convertXAxisAction =
-        makeModeAction(QStringLiteral(":oc/icons/percent@1x.png"), "OC.convertXAxisValues", this);
-    gridAction = makeModeAction(QStringLiteral(":oc/icons/grid@1x.png"), "OC.gridEnable", this);
+        makeModeAction(QStringLiteral(":oc/icons/percent@1x.png"), CommandId::ConvertXAxisValues, this);
+    gridAction = makeModeAction(QStringLiteral(":oc/icons/grid@1x.png"), CommandId::GridEnable, this);
     autoScaleAction =
-        makeModeAction(QStringLiteral(":oc/icons/autoScale@1x.png"), "OC.autoScale", this);
+        makeModeAction(QStringLiteral(":oc/icons/autoScale@1x.png"), CommandId::AutoScale, this);
     // The defaults of a window restored without settings: one curve mode is always on.
     summaryCurvesAction->setChecked(true);
     autoScaleAction->setChecked(true);
     exportAction = new Action(tr("Экспортировать"), "Export", this);
-    saveCurrentPlotAction = new Action(tr("Сохранить график как..."), "OC.saveCurrentPlotAs", this);
+    saveCurrentPlotAction = new Action(tr("Сохранить график как..."), CommandId::SaveCurrentPlotAs, this);
 
     auto* toolBar = new QToolBar(this);
     toolBar->setObjectName(QStringLiteral("toolBar"));

@@ -5,6 +5,7 @@
 #define QT_NO_DEBUG
 #endif
 
+#include "commandids.h"
 #include "optioncalculator.h"
 
 #include "optcalcwindowfactory.h"
@@ -28,33 +29,33 @@ struct CommandDef
 
 // In the order the shortcut settings list them.
 const CommandDef Commands[] = {
-    {"OC.addPosition", QT_TRANSLATE_NOOP("OptionCalculator", "Добавить позицию"),
+    {CommandId::AddPosition, QT_TRANSLATE_NOOP("OptionCalculator", "Добавить позицию"),
      QKeySequence::UnknownKey},
-    {"OC.addApproach", QT_TRANSLATE_NOOP("OptionCalculator", "Добавить стратегию"),
+    {CommandId::AddApproach, QT_TRANSLATE_NOOP("OptionCalculator", "Добавить стратегию"),
      QKeySequence::UnknownKey},
-    {"OC.delPosition", QT_TRANSLATE_NOOP("OptionCalculator", "Удалить позицию"),
+    {CommandId::DelPosition, QT_TRANSLATE_NOOP("OptionCalculator", "Удалить позицию"),
      QKeySequence::UnknownKey},
-    {"OC.clear", QT_TRANSLATE_NOOP("OptionCalculator", "Очистить"), QKeySequence::UnknownKey},
-    {"OC.import", QT_TRANSLATE_NOOP("OptionCalculator", "Импортировать данные"),
+    {CommandId::Clear, QT_TRANSLATE_NOOP("OptionCalculator", "Очистить"), QKeySequence::UnknownKey},
+    {CommandId::Import, QT_TRANSLATE_NOOP("OptionCalculator", "Импортировать данные"),
      QKeySequence::UnknownKey},
-    {"OC.partialCurves",
+    {CommandId::PartialCurves,
      QT_TRANSLATE_NOOP("OptionCalculator", "Отдельные графики для каждой позиции"),
      QKeySequence::UnknownKey},
-    {"OC.summaryCurves", QT_TRANSLATE_NOOP("OptionCalculator", "Графики по всему портфелю"),
+    {CommandId::SummaryCurves, QT_TRANSLATE_NOOP("OptionCalculator", "Графики по всему портфелю"),
      QKeySequence::UnknownKey},
-    {"OC.convertXAxisValues", QT_TRANSLATE_NOOP("OptionCalculator", "Проценты на оси X"),
+    {CommandId::ConvertXAxisValues, QT_TRANSLATE_NOOP("OptionCalculator", "Проценты на оси X"),
      QKeySequence::UnknownKey},
-    {"OC.gridEnable", QT_TRANSLATE_NOOP("OptionCalculator", "Мелкая сетка"),
+    {CommandId::GridEnable, QT_TRANSLATE_NOOP("OptionCalculator", "Мелкая сетка"),
      QKeySequence::UnknownKey},
-    {"OC.autoScale", QT_TRANSLATE_NOOP("OptionCalculator", "Автомасштабирование"),
+    {CommandId::AutoScale, QT_TRANSLATE_NOOP("OptionCalculator", "Автомасштабирование"),
      QKeySequence::UnknownKey},
-    {"OC.addPostponedOrders", QT_TRANSLATE_NOOP("OptionCalculator", "Подготовить пакет заявок"),
+    {CommandId::AddPostponedOrders, QT_TRANSLATE_NOOP("OptionCalculator", "Подготовить пакет заявок"),
      QKeySequence::UnknownKey},
-    {"OC.loadReal", QT_TRANSLATE_NOOP("OptionCalculator", "Загрузить в модельный портфель"),
+    {CommandId::LoadReal, QT_TRANSLATE_NOOP("OptionCalculator", "Загрузить в модельный портфель"),
      QKeySequence::UnknownKey},
-    {"OC.undo", QT_TRANSLATE_NOOP("OptionCalculator", "Отменить"), QKeySequence::Undo},
-    {"OC.redo", QT_TRANSLATE_NOOP("OptionCalculator", "Вернуть"), QKeySequence::Redo},
-    {"OC.saveCurrentPlotAs", QT_TRANSLATE_NOOP("OptionCalculator", "Сохранить график как..."),
+    {CommandId::Undo, QT_TRANSLATE_NOOP("OptionCalculator", "Отменить"), QKeySequence::Undo},
+    {CommandId::Redo, QT_TRANSLATE_NOOP("OptionCalculator", "Вернуть"), QKeySequence::Redo},
+    {CommandId::SaveCurrentPlotAs, QT_TRANSLATE_NOOP("OptionCalculator", "Сохранить график как..."),
      QKeySequence::UnknownKey},
 };
 
