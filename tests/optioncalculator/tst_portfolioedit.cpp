@@ -276,7 +276,7 @@ void TestPortfolioEdit::addPositions()
         rows << QStringLiteral("%1 %2 %3")
                     .arg(r.data("sec_name").toString(), r.data("pos").toString())
                     .arg(flag);
-        if (flag == VirtualPortfolioModel::MpFixed)
+        if (flag == MpFixed)
             rows.last() += ' ' + QString::number(r.data("mp").toDouble());
         QCOMPARE(r.data("flags").toInteger(), 1);
     }
@@ -397,7 +397,7 @@ void TestPortfolioEdit::drag()
         const Record position = real.at(row);
         const Record added = rowOfKey(f, 1, position.data("board_id"), position.data("sec_id"));
         QCOMPARE(added.data("pos").toString(), position.data("pos").toString());
-        QCOMPARE(PortfolioFixture::flag(added), int(VirtualPortfolioModel::MpFixed));
+        QCOMPARE(PortfolioFixture::flag(added), int(MpFixed));
         QCOMPARE(PortfolioFixture::dec(added, "mp"), PortfolioFixture::dec(position, "waprice"));
     }
 

@@ -4,12 +4,11 @@
 #include "c_api/tableregistry.h"
 #include "connections_model/connectionsmanager.h"
 #include "contact/objectdeleter.h"
+#include "database/exchangeconventions.h"
 #include "database/table.h"
 
 namespace {
 
-// The end of trading on an expiry date: 19:00.
-constexpr qint64 EndOfTradingMs = 68400000;
 
 Table* securitiesTable()
 {
@@ -22,7 +21,7 @@ Table* securitiesTable()
 OptCalcSecurityModel::OptCalcSecurityModel(const QString& baseCode, QObject* parent)
     : IndexDepend<TableIndexModel>(securitiesTable(), parent), m_baseCode(baseCode),
       m_connections(ConnectionsManager::instance()),
-      m_transportIndex(m_connections->index(QStringLiteral("KESTREL")))
+      m_transportIndex(m_connections->index(Exchange::transportName()))
 {
     if (const Table* t = table()) {
         m_columns.stockId = t->columnIndex(QStringLiteral("stock_id"));
@@ -51,15 +50,16 @@ OptCalcSecurityModel* OptCalcSecurityModel::createSecurityModel(const QString& b
 long long OptCalcSecurityModel::secondsToExpiry(const datetime& lastTime, const datetime& expDate,
                                                 long long offset) const
 {
-    if (expDate.isNull())
-        return 0;
-    const datetime endOfTrading = expDate + EndOfTradingMs;
-    datetime now = m_useFixedNow ? m_fixedNow : datetime::now();
-    const datetime serverTime = m_connections->transportTime(m_transportIndex);
-    if ((!lastTime.isNull() || !serverTime.isNull()) &&
-        m_connections->transportStatus(m_transportIndex) == ITransport::Connected)
-        now = qMax(lastTime, serverTime);
-    return (endOfTrading - now) / 1000 - offset;
+    return expiryClock().secondsToExpiry(lastTime, expDate, offset);
+}
+
+ExpiryClock OptCalcSecurityModel::expiryClock() const
+{
+    ExpiryClock clock;
+    clock.now = m_useFixedNow ? m_fixedNow : datetime::now();
+    clock.serverTime = m_connections->transportTime(m_transportIndex);
+    clock.connected = m_connections->transportStatus(m_transportIndex) == ITransport::Connected;
+    return clock;
 }
 
 void OptCalcSecurityModel::setFixedNow(const datetime& now)

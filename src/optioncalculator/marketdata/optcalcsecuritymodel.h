@@ -1,5 +1,7 @@
 #pragma once
 
+#include "expiryclock.h"
+
 #include "basic_views/tableindexmodel.h"
 #include "database/datetime.h"
 #include "database/indexdepend.h"
@@ -33,6 +35,8 @@ public:
     // "now" is the later of the two: the exchange's clock goes before the machine's.
     long long secondsToExpiry(const datetime& lastTime, const datetime& expDate,
                               long long offset) const;
+    // The clock as it stands, for a pass to read once.
+    ExpiryClock expiryClock() const;
 
     // A fixed "now", set around a pass of calculations so that the whole pass sees one
     // instant.

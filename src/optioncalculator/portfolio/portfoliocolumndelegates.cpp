@@ -93,8 +93,8 @@ void PortfolioColumnDelegates::install(PortfolioModel* model)
     // The model volatility means nothing for a future; its model price does.
     if (const int column = freeColumn(model, "miv"); column >= 0)
         model->setColumnDelegate(
-            column, new MivMpColumnDelegate(model, VirtualPortfolioModel::MivFixed, 2, false));
+            column, new MivMpColumnDelegate(model, MivFixed, 2, false));
     if (const int column = freeColumn(model, "mp"); column >= 0)
         model->setColumnDelegate(
-            column, new MivMpColumnDelegate(model, VirtualPortfolioModel::MpFixed, -1, true));
+            column, new MivMpColumnDelegate(model, MpFixed, -1, true));
 }

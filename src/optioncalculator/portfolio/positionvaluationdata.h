@@ -6,6 +6,10 @@
 
 #include <QChar>
 
+// The bits of a row's miv_mp_flag: its model volatility and price are in use, and which of
+// the two the trader fixed.
+enum MivMpFlag : int { ModelValuesInUse = 1, MivFixed = 2, MpFixed = 4 };
+
 // What the valuation of one row of the model portfolio needs, read once from the row, its
 // security and the smile, so that a profile can value the position at many prices without
 // touching a table. The initial values mean "no data": a priceStep not above 0 or a null

@@ -8,6 +8,7 @@
 #include "marketdata/volatcoeffdirectory.h"
 
 #include "connections_model/connectionsmanager.h"
+#include "database/exchangeconventions.h"
 #include "database/field.h"
 #include "database/masterindex.h"
 #include "database/pricing.h"
@@ -35,8 +36,7 @@
 
 namespace {
 
-constexpr double SecondsPerYear = 3.1536e7;
-constexpr qint64 SecondsPerDay = 86400;
+using Exchange::SecondsPerYear;
 
 bool nearZero(double value)
 {
@@ -264,7 +264,7 @@ void VirtualPortfolioModel::onServerTimeChanged(int index, const datetime& time)
 {
     const ConnectionsManager* connections = ConnectionsManager::instance();
     if (index < 0 || index >= connections->count() ||
-        connections->transportName(index) != QLatin1String("KESTREL"))
+        connections->transportName(index) != Exchange::transportName())
         return;
     // Once per connection: the time goes back to null when the connection is lost.
     const bool known = m_serverTime.isNull() && !time.isNull();
@@ -719,71 +719,41 @@ PositionValuationData VirtualPortfolioModel::positionValuationData(int row) cons
 double VirtualPortfolioModel::yearsToExpiry(const datetime& lasttime, const datetime& expdate,
                                             int mode) const
 {
-    if (mode > ExpiryValuation)
-        return 0.0;
-    // A hundredth of a second: at expiry an option is worth its intrinsic value.
-    const double tiny = 0.01 / SecondsPerYear;
-    if (mode == ExpiryValuation || !m_securityModel)
-        return tiny;
-    const qint64 offset =
-        mode == WhatIfValuation && m_daysShiftEnabled ? qint64(m_daysShift) * SecondsPerDay : 0;
-    const qint64 seconds = m_securityModel->secondsToExpiry(lasttime, expdate, offset);
-    return seconds > 0 ? double(seconds) / SecondsPerYear : tiny;
+    const ExpiryClock clock = m_securityModel ? m_securityModel->expiryClock() : ExpiryClock();
+    return ::yearsToExpiry(m_securityModel ? &clock : nullptr, lasttime, expdate, mode,
+                           whatIfShifts());
 }
 
 ProfilePoint VirtualPortfolioModel::profilePointOfData(double price, int mode, double years,
                                                        const PositionValuationData& data) const
 {
-    ProfilePoint point;
-    if (!(price > 0.0) || mode >= ValuationModeCount || !(years > 0.0) || !(data.priceStep > 0.0) ||
-        data.sectype.isNull())
-        return point;
+    return ::profilePointOfData(price, mode, years, data, whatIfShifts());
+}
 
-    VolatOutputParams out;
-    if (data.sectype == QLatin1Char('O')) {
-        VolatInputParams in = data.params;
-        in.strike = data.strike;
-        in.basePrice = price;
-        in.sqrtTime = std::sqrt(years);
-        if (std::isinf(in.sqrtTime))
-            return point;
-        in.volatLow = data.volatLow;
-        in.volatHigh = data.volatHigh;
-        // Only the what-if profile sees model volatility and the trader's shift.
-        decimal volatility =
-            mode == WhatIfValuation && (data.mivMpFlag & ModelValuesInUse) ? data.miv : data.volat;
-        if (mode == WhatIfValuation && m_volatShiftEnabled)
-            volatility += m_volatShift;
-        const double clamped =
-            std::max(std::min(volatility.toDouble(), data.volatHigh), data.volatLow);
-        calcVolatParams(out, in, decimal::fromDouble(clamped, volatility.scale()).toDouble());
-    }
+WhatIfShifts VirtualPortfolioModel::whatIfShifts() const
+{
+    WhatIfShifts shifts;
+    shifts.volatShift = m_volatShift;
+    shifts.volatShiftEnabled = m_volatShiftEnabled;
+    shifts.daysShift = m_daysShift;
+    shifts.daysShiftEnabled = m_daysShiftEnabled;
+    return shifts;
+}
 
-    const double quantity = double(data.pos);
-    double change = 0.0;
-    double delta = 0.0;
-    if (data.optionType == QLatin1Char('C')) {
-        change = out.callPrice - data.theorPrice;
-        delta = quantity * out.callDelta;
-    } else if (data.optionType == QLatin1Char('P')) {
-        change = out.putPrice - data.theorPrice;
-        delta = quantity * out.putDelta;
-    } else if (data.sectype == QLatin1Char('F') && data.optionType.isNull()) {
-        change = price - data.curKotirReal;
-        delta = quantity;
-    } else {
-        return point;
+ValuationSnapshot VirtualPortfolioModel::valuationSnapshot() const
+{
+    ValuationSnapshot snapshot;
+    snapshot.shifts = whatIfShifts();
+    if (m_securityModel) {
+        snapshot.clock = m_securityModel->expiryClock();
+        snapshot.hasClock = true;
     }
-    // Whole price steps, halves up.
-    point.values[ProfilePoint::Profit] =
-        std::floor(change / data.priceStep + 0.5) * data.priceStep * quantity;
-    point.values[ProfilePoint::Delta] = delta;
-    point.values[ProfilePoint::Gamma] = quantity * out.gamma;
-    point.values[ProfilePoint::Vega] = quantity * out.vega;
-    point.values[ProfilePoint::Theta] = quantity * out.theta;
-    for (int i = 0; i < ProfilePoint::ValueCount; ++i)
-        point.valid[i] = ProfilePoint::isUsable(point.values[i]);
-    return point;
+    for (int row = 0, n = count(); row < n; ++row) {
+        PositionValuationData data = positionValuationData(row);
+        if (data.priceStep > 0.0 && !data.sectype.isNull())
+            snapshot.rows.append({row, std::move(data)});
+    }
+    return snapshot;
 }
 
 ProfilePoint VirtualPortfolioModel::profilePointOfRow(double price, int mode, int row) const

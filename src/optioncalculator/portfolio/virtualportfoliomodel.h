@@ -5,6 +5,7 @@
 #include "positionvaluationdata.h"
 #include "profilepoint.h"
 #include "valuationmode.h"
+#include "positionvaluation.h"
 #include "volatband.h"
 
 #include "database/datetime.h"
@@ -44,9 +45,6 @@ class VirtualPortfolioModel : public PortfolioModel
 {
     Q_OBJECT
 public:
-    // Bits of miv_mp_flag.
-    enum MivMpFlag { ModelValuesInUse = 1, MivFixed = 2, MpFixed = 4 };
-
     VirtualPortfolioModel(Table* table, OptCalcSecurityModel* securityModel,
                           QObject* parent = nullptr);
     ~VirtualPortfolioModel() override;
@@ -103,6 +101,9 @@ public:
     ProfilePoint profilePointOfData(double price, int mode, double years,
                                     const PositionValuationData& data) const;
     ProfilePoint profilePointOfRow(double price, int mode, int row) const;
+    // The what-if settings as one value, and the active rows as one pass values them.
+    WhatIfShifts whatIfShifts() const;
+    ValuationSnapshot valuationSnapshot() const;
     // The point of one row, or with row -1 the sum over the active rows.
     ProfilePoint profilePoint(double price, int mode, int row) const;
 
