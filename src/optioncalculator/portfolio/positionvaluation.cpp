@@ -24,22 +24,31 @@ double yearsToExpiry(const ExpiryClock* clock, const datetime& lasttime, const d
     return seconds > 0 ? double(seconds) / Exchange::SecondsPerYear : tiny;
 }
 
-ProfilePoint profilePointOfData(double price, int mode, double years,
-                                const PositionValuationData& data, const WhatIfShifts& shifts)
+PreparedValuation prepareValuation(int mode, double years, const PositionValuationData& data,
+                                   const WhatIfShifts& shifts)
 {
-    ProfilePoint point;
-    if (!(price > 0.0) || mode >= ValuationModeCount || !(years > 0.0) || !(data.priceStep > 0.0) ||
-        data.sectype.isNull())
-        return point;
+    PreparedValuation prepared;
+    prepared.data = &data;
+    if (mode < 0 || mode >= ValuationModeCount || !(years > 0.0) || !(data.priceStep > 0.0)
+        || data.sectype.isNull())
+        return prepared;
+    if (data.optionType == QLatin1Char('C') || data.optionType == QLatin1Char('P'))
+        prepared.kind = data.optionType == QLatin1Char('C') ? PreparedValuation::Call
+                                                            : PreparedValuation::Put;
+    else if (data.sectype == QLatin1Char('F') && data.optionType.isNull())
+        prepared.kind = PreparedValuation::Future;
+    else
+        return prepared;
 
-    VolatOutputParams out;
     if (data.sectype == QLatin1Char('O')) {
-        VolatInputParams in = data.params;
+        VolatInputParams& in = prepared.in;
+        in = data.params;
         in.strike = data.strike;
-        in.basePrice = price;
         in.sqrtTime = std::sqrt(years);
-        if (std::isinf(in.sqrtTime))
-            return point;
+        if (std::isinf(in.sqrtTime)) {
+            prepared.kind = PreparedValuation::None;
+            return prepared;
+        }
         in.volatLow = data.volatLow;
         in.volatHigh = data.volatHigh;
         // Only the what-if profile sees model volatility and the trader's shift.
@@ -49,23 +58,40 @@ ProfilePoint profilePointOfData(double price, int mode, double years,
             volatility += shifts.volatShift;
         const double clamped =
             std::max(std::min(volatility.toDouble(), data.volatHigh), data.volatLow);
-        calcVolatParams(out, in, decimal::fromDouble(clamped, volatility.scale()).toDouble());
+        prepared.volatility = decimal::fromDouble(clamped, volatility.scale()).toDouble();
+        prepared.priced = true;
+    }
+    return prepared;
+}
+
+ProfilePoint valueAt(PreparedValuation& prepared, double price)
+{
+    ProfilePoint point;
+    if (prepared.kind == PreparedValuation::None || !(price > 0.0))
+        return point;
+    const PositionValuationData& data = *prepared.data;
+    VolatOutputParams out;
+    if (prepared.priced) {
+        prepared.in.basePrice = price;
+        calcVolatParams(out, prepared.in, prepared.volatility);
     }
 
     const double quantity = double(data.pos);
     double change = 0.0;
     double delta = 0.0;
-    if (data.optionType == QLatin1Char('C')) {
+    switch (prepared.kind) {
+    case PreparedValuation::Call:
         change = out.callPrice - data.theorPrice;
         delta = quantity * out.callDelta;
-    } else if (data.optionType == QLatin1Char('P')) {
+        break;
+    case PreparedValuation::Put:
         change = out.putPrice - data.theorPrice;
         delta = quantity * out.putDelta;
-    } else if (data.sectype == QLatin1Char('F') && data.optionType.isNull()) {
+        break;
+    default:
         change = price - data.curKotirReal;
         delta = quantity;
-    } else {
-        return point;
+        break;
     }
     // Whole price steps, halves up.
     point.values[ProfilePoint::Profit] =
@@ -77,4 +103,13 @@ ProfilePoint profilePointOfData(double price, int mode, double years,
     for (int i = 0; i < ProfilePoint::ValueCount; ++i)
         point.valid[i] = ProfilePoint::isUsable(point.values[i]);
     return point;
+}
+
+ProfilePoint profilePointOfData(double price, int mode, double years,
+                                const PositionValuationData& data, const WhatIfShifts& shifts)
+{
+    if (!(price > 0.0))
+        return ProfilePoint();
+    PreparedValuation prepared = prepareValuation(mode, years, data, shifts);
+    return valueAt(prepared, price);
 }

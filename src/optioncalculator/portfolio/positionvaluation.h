@@ -39,6 +39,23 @@ struct ValuationSnapshot
 double yearsToExpiry(const ExpiryClock* clock, const datetime& lasttime, const datetime& expdate,
                      int mode, const WhatIfShifts& shifts);
 
+// A position made ready to be valued at many prices on one profile: what depends on the
+// profile alone (time, volatility, the kind of instrument) is worked out once.
+struct PreparedValuation
+{
+    enum Kind { None, Call, Put, Future };
+    Kind kind = None;
+    bool priced = false; // an option, valued by the pricing formula
+    VolatInputParams in;
+    double volatility = 0.0;
+    const PositionValuationData* data = nullptr; // must outlive this value
+};
+
+PreparedValuation prepareValuation(int mode, double years, const PositionValuationData& data,
+                                   const WhatIfShifts& shifts);
+// Sets the base price of the prepared inputs and values the position there.
+ProfilePoint valueAt(PreparedValuation& prepared, double price);
+
 // A position's profit and Greeks at one base price: the change of its value from today's
 // market value in whole price steps times the quantity, and the Greeks times the quantity.
 // The zero point for a price, mode, time or position that cannot be valued.

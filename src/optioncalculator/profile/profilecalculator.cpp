@@ -65,12 +65,21 @@ ProfileCurves calculateProfiles(const ValuationSnapshot& snapshot, const QList<d
                 yearsToExpiry(clock, data.lasttime, data.expdate, profile, snapshot.shifts);
             if (!(years > 0.0))
                 return emptyResult();
+            PreparedValuation prepared = prepareValuation(profile, years, data, snapshot.shifts);
+            // The inner loop runs for every position, profile and price: its targets are
+            // taken once here.
+            QPointF* targets[ProfilePoint::ValueCount] = {};
+            if (stored) {
+                for (int g = 0; g < ProfilePoint::ValueCount; ++g)
+                    targets[g] = result.series[curveSet][g][profile].data();
+            }
+            ProfilePoint* profileTotals = summary ? totals[profile].data() : nullptr;
             for (int i = 0; i < points; ++i) {
                 const double x = grid.at(i);
-                const ProfilePoint point = profilePointOfData(x, profile, years, data, snapshot.shifts);
+                const ProfilePoint point = valueAt(prepared, x);
                 if (summary) {
                     written = true;
-                    ProfilePoint& total = totals[profile][i];
+                    ProfilePoint& total = profileTotals[i];
                     for (int g = 0; g < ProfilePoint::ValueCount; ++g) {
                         total.values[g] += point.values[g];
                         if (!point.valid[g] || !ProfilePoint::isUsable(total.values[g]))
@@ -84,7 +93,7 @@ ProfileCurves calculateProfiles(const ValuationSnapshot& snapshot, const QList<d
                 if (stored) {
                     written = true;
                     for (int g = 0; g < ProfilePoint::ValueCount; ++g)
-                        result.series[curveSet][g][profile][i] = QPointF(x, point.values[g]);
+                        targets[g][i] = QPointF(x, point.values[g]);
                 }
             }
         }
