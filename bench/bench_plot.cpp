@@ -1,26 +1,17 @@
 // The tracker of a calculator plot runs on every mouse move: one trackerText() call with
 // the curves of 50 positions and the portfolio's sums (153 curves of 1,000 samples), over
 // cursor positions across the plot.
+#include "benchportfolio.h"
 #include "benchutil.h"
 
-#include "marketdata/optcalcsecuritymodel.h"
-#include "marketdata/securitiesoptcalcdirectory.h"
-#include "marketdata/volatcoeffdirectory.h"
 #include "plot/curvecolorgenerator.h"
 #include "plot/optcalcplot.h"
 #include "plot/optcalcplotcurve.h"
 #include "plot/optcalcplotlegend.h"
 #include "plot/optcalcplotpicker.h"
-#include "portfolio/positionsvirtualtable.h"
 #include "portfolio/valuationmode.h"
-#include "portfolio/virtualportfoliomodel.h"
 
-#include "c_api/icore.h"
-#include "c_api/tableregistry.h"
-#include "database/table.h"
 #include "database/tableupdater.h"
-#include "market/markettables.h"
-#include "market/simulatedexchange.h"
 
 #include <QApplication>
 
@@ -36,21 +27,11 @@ namespace {
 constexpr int Positions = 50;
 constexpr int Samples = 1000;
 constexpr int Cursors = 200;
-const QString BaseCode = QStringLiteral("IDX");
 
-struct PlotBench
+struct PlotBench : BenchPortfolio
 {
-    PlotBench() : exchange(&tables, options())
+    PlotBench()
     {
-        for (Table* t : tables.all())
-            core.tables()->registerTable(t->name(), t);
-        securityModel = std::make_unique<OptCalcSecurityModel>(BaseCode);
-        securityModel->setFrozenTime(options().now);
-        securityModel->setClockFrozen(true);
-        table = PositionsVirtualTable::create();
-        model = std::make_unique<VirtualPortfolioModel>(table, securityModel.get());
-        model->setAccountFilterEnabled(false);
-        model->setBaseCode(BaseCode);
         fill();
         plot = std::make_unique<OptCalcPlot>(model.get());
         plot->setPlotIndex(0);
@@ -66,56 +47,20 @@ struct PlotBench
         plot->setCurveGroupVisible(0, true);
         plot->setCurveGroupVisible(1, true);
     }
-    ~PlotBench()
-    {
-        plot.reset();
-        model.reset();
-        delete table;
-        SecuritiesOptCalcDirectory::resetInstance();
-        VolatCoeffDirectory::resetInstance();
-    }
-
-    static SimulatedExchange::Options options()
-    {
-        SimulatedExchange::Options o;
-        o.seed = 1;
-        o.now = datetime(QDate(2025, 3, 12)) + 10 * 3600 * 1000LL;
-        return o;
-    }
+    ~PlotBench() { plot.reset(); }
 
     // The options of the base code nearest the money, one lot each, long and short in turn.
     void fill()
     {
-        SecuritiesOptCalcDirectory* directory = SecuritiesOptCalcDirectory::instance();
-        const OptCalcColumns& c = directory->columns();
         std::vector<Record> futures, options;
-        for (int i = 0; i < directory->count(); ++i) {
-            const Record& r = directory->at(i).record;
-            if (r.data(c.base_code).toString() != BaseCode)
-                continue;
-            (r.data(c.sectype).toChar() == QLatin1Char('F') ? futures : options).push_back(r);
-        }
-        const double center = futures.front().data(c.cur_kotir_real).toDouble();
-        std::sort(options.begin(), options.end(), [&](const Record& a, const Record& b) {
-            return std::fabs(a.data(c.strike).toDouble() - center) <
-                   std::fabs(b.data(c.strike).toDouble() - center);
-        });
+        double center = 0.0;
+        instruments(&futures, &options, &center);
         options.resize(std::min<size_t>(options.size(), Positions));
         low = center * 0.8;
         high = center * 1.2;
-
         TableUpdater batch(table);
-        for (size_t i = 0; i < options.size(); ++i) {
-            const Record& s = options[i];
-            Record row(table);
-            for (const char* key :
-                 {"stock_id", "board_id", "sec_id", "sectype", "sec_name", "expdate"})
-                row.data(QLatin1String(key)) = s.data(QLatin1String(key));
-            row.data(QStringLiteral("pos")) = static_cast<long long>(i % 2 ? 1 : -1);
-            row.data(QStringLiteral("flags")) = 1;
-            row.data(QStringLiteral("miv_mp_flag")) = 0;
-            table->insertRecord(row);
-        }
+        for (size_t i = 0; i < options.size(); ++i)
+            table->insertRecord(positionRow(options[i], i % 2 ? 1 : -1, 0));
     }
 
     QVector<QPointF> profile(int mode, int row) const
@@ -170,12 +115,6 @@ struct PlotBench
         return shown;
     }
 
-    ICore core;
-    MarketTables tables;
-    SimulatedExchange exchange;
-    std::unique_ptr<OptCalcSecurityModel> securityModel;
-    Table* table = nullptr;
-    std::unique_ptr<VirtualPortfolioModel> model;
     std::unique_ptr<OptCalcPlot> plot;
     double low = 0.0;
     double high = 0.0;

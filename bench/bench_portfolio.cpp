@@ -1,21 +1,13 @@
 // What the model portfolio adds to the pricing it cannot avoid: a market batch that touches
 // every security of a portfolio of 200 rows, revalued through the model, against the
 // pricing calls that this revaluation makes, on the same inputs.
+#include "benchportfolio.h"
 #include "benchutil.h"
 
-#include "marketdata/optcalcsecuritymodel.h"
-#include "marketdata/securitiesoptcalcdirectory.h"
-#include "marketdata/volatcoeffdirectory.h"
-#include "portfolio/positionsvirtualtable.h"
-#include "portfolio/virtualportfoliomodel.h"
 
-#include "c_api/icore.h"
-#include "c_api/tableregistry.h"
 #include "database/pricing.h"
 #include "database/table.h"
 #include "database/tableupdater.h"
-#include "market/markettables.h"
-#include "market/simulatedexchange.h"
 
 #include <QCoreApplication>
 
@@ -30,7 +22,6 @@ namespace {
 
 constexpr int Rows = 200;
 constexpr int Batches = 20;
-const QString BaseCode = QStringLiteral("IDX");
 
 // The pricing a row's revaluation makes: the inputs and, for a fixed price, the search.
 struct RowPricing
@@ -44,55 +35,18 @@ struct RowPricing
     VolatBand band;
 };
 
-struct Portfolio
+struct Portfolio : BenchPortfolio
 {
-    Portfolio() : exchange(&tables, options())
-    {
-        for (Table* t : tables.all())
-            core.tables()->registerTable(t->name(), t);
-        securityModel = std::make_unique<OptCalcSecurityModel>(BaseCode);
-        securityModel->setFrozenTime(options().now);
-        securityModel->setClockFrozen(true);
-        table = PositionsVirtualTable::create();
-        model = std::make_unique<VirtualPortfolioModel>(table, securityModel.get());
-        model->setAccountFilterEnabled(false);
-        model->setBaseCode(BaseCode);
-        fill();
-    }
-    ~Portfolio()
-    {
-        model.reset();
-        delete table;
-        SecuritiesOptCalcDirectory::resetInstance();
-        VolatCoeffDirectory::resetInstance();
-    }
-
-    static SimulatedExchange::Options options()
-    {
-        SimulatedExchange::Options o;
-        o.seed = 1;
-        o.now = datetime(QDate(2025, 3, 12)) + 10 * 3600 * 1000LL;
-        return o;
-    }
+    Portfolio() { fill(); }
 
     // The base code's futures, and its options nearest the money: half with the volatility
     // fixed, half with the price.
     void fill()
     {
-        SecuritiesOptCalcDirectory* directory = SecuritiesOptCalcDirectory::instance();
-        const OptCalcColumns& c = directory->columns();
+        const OptCalcColumns& c = SecuritiesOptCalcDirectory::instance()->columns();
         std::vector<Record> futures, options;
-        for (int i = 0; i < directory->count(); ++i) {
-            const Record& r = directory->at(i).record;
-            if (r.data(c.base_code).toString() != BaseCode)
-                continue;
-            (r.data(c.sectype).toChar() == QLatin1Char('F') ? futures : options).push_back(r);
-        }
-        const double center = futures.front().data(c.cur_kotir_real).toDouble();
-        std::sort(options.begin(), options.end(), [&](const Record& a, const Record& b) {
-            return std::fabs(a.data(c.strike).toDouble() - center) <
-                   std::fabs(b.data(c.strike).toDouble() - center);
-        });
+        double center = 0.0;
+        instruments(&futures, &options, &center);
         securities = futures;
         for (const Record& o : options)
             if (int(securities.size()) < Rows)
@@ -101,23 +55,18 @@ struct Portfolio
         TableUpdater batch(table);
         for (size_t i = 0; i < securities.size(); ++i) {
             const Record& s = securities[i];
-            Record row(table);
-            for (const char* key :
-                 {"stock_id", "board_id", "sec_id", "sectype", "sec_name", "expdate"})
-                row.data(QLatin1String(key)) = s.data(QLatin1String(key));
-            row.data(QStringLiteral("pos")) = 1LL;
-            row.data(QStringLiteral("flags")) = 1;
             const bool future = s.data(c.sectype).toChar() == QLatin1Char('F');
             const double step = s.data(c.price_step).toDouble();
             if (future || i % 2 == 0) {
-                row.data(QStringLiteral("miv_mp_flag")) = 5;
+                Record row = positionRow(s, 1, 5);
                 const double price = s.data(future ? c.cur_kotir_real : c.theor_price).toDouble();
                 row.data(QStringLiteral("mp")) = std::max(step, std::round(price / step) * step);
+                table->insertRecord(row);
             } else {
-                row.data(QStringLiteral("miv_mp_flag")) = 3;
+                Record row = positionRow(s, 1, 3);
                 row.data(QStringLiteral("miv")) = s.data(c.volat).toDouble() + 2.0;
+                table->insertRecord(row);
             }
-            table->insertRecord(row);
         }
     }
 
@@ -171,12 +120,6 @@ struct Portfolio
         return rows;
     }
 
-    ICore core;
-    MarketTables tables;
-    SimulatedExchange exchange;
-    std::unique_ptr<OptCalcSecurityModel> securityModel;
-    Table* table = nullptr;
-    std::unique_ptr<VirtualPortfolioModel> model;
     std::vector<Record> securities;
 };
 

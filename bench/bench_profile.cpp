@@ -2,24 +2,15 @@
 // market (calls and puts of several expiries), both curve modes, over a grid of 1,000
 // prices, against the same pricing calls replayed in a tight loop: what the pass adds to
 // the pricing it cannot avoid.
+#include "benchportfolio.h"
 #include "benchutil.h"
 
-#include "marketdata/optcalcsecuritymodel.h"
-#include "marketdata/securitiesoptcalcdirectory.h"
-#include "marketdata/volatcoeffdirectory.h"
-#include "portfolio/positionsvirtualtable.h"
 #include "portfolio/positionvaluation.h"
 #include "portfolio/valuationmode.h"
-#include "portfolio/virtualportfoliomodel.h"
 #include "profile/profilecalculator.h"
 
-#include "c_api/icore.h"
-#include "c_api/tableregistry.h"
 #include "database/pricing.h"
-#include "database/table.h"
 #include "database/tableupdater.h"
-#include "market/markettables.h"
-#include "market/simulatedexchange.h"
 
 #include <QCoreApplication>
 #include <QSet>
@@ -35,59 +26,18 @@ namespace {
 
 constexpr int Rows = 200;
 constexpr int GridPoints = 1000;
-const QString BaseCode = QStringLiteral("IDX");
 
-struct Portfolio
+struct Portfolio : BenchPortfolio
 {
-    Portfolio() : exchange(&tables, options())
-    {
-        for (Table* t : tables.all())
-            core.tables()->registerTable(t->name(), t);
-        securityModel = std::make_unique<OptCalcSecurityModel>(BaseCode);
-        securityModel->setFrozenTime(options().now);
-        securityModel->setClockFrozen(true);
-        table = PositionsVirtualTable::create();
-        model = std::make_unique<VirtualPortfolioModel>(table, securityModel.get());
-        model->setAccountFilterEnabled(false);
-        model->setBaseCode(BaseCode);
-        fill();
-    }
-    ~Portfolio()
-    {
-        model.reset();
-        delete table;
-        SecuritiesOptCalcDirectory::resetInstance();
-        VolatCoeffDirectory::resetInstance();
-    }
-
-    static SimulatedExchange::Options options()
-    {
-        SimulatedExchange::Options o;
-        o.seed = 1;
-        o.now = datetime(QDate(2025, 3, 12)) + 10 * 3600 * 1000LL;
-        return o;
-    }
+    Portfolio() { fill(); }
 
     // The options nearest the money, long and short by turns, with a grid over their strikes.
     void fill()
     {
-        SecuritiesOptCalcDirectory* directory = SecuritiesOptCalcDirectory::instance();
-        const OptCalcColumns& c = directory->columns();
-        std::vector<Record> options;
+        const OptCalcColumns& c = SecuritiesOptCalcDirectory::instance()->columns();
+        std::vector<Record> futures, options;
         double center = 0.0;
-        for (int i = 0; i < directory->count(); ++i) {
-            const Record& r = directory->at(i).record;
-            if (r.data(c.base_code).toString() != BaseCode)
-                continue;
-            if (r.data(c.sectype).toChar() == QLatin1Char('O'))
-                options.push_back(r);
-            else if (center == 0.0)
-                center = r.data(c.cur_kotir_real).toDouble();
-        }
-        std::sort(options.begin(), options.end(), [&](const Record& a, const Record& b) {
-            return std::fabs(a.data(c.strike).toDouble() - center) <
-                   std::fabs(b.data(c.strike).toDouble() - center);
-        });
+        instruments(&futures, &options, &center);
         options.resize(std::min<size_t>(options.size(), Rows));
 
         double low = center, high = center;
@@ -97,25 +47,12 @@ struct Portfolio
             expiries.insert(s.data(QStringLiteral("expdate")).toDatetime().msecs());
             low = std::min(low, s.data(c.strike).toDouble());
             high = std::max(high, s.data(c.strike).toDouble());
-            Record row(table);
-            for (const char* key :
-                 {"stock_id", "board_id", "sec_id", "sectype", "sec_name", "expdate"})
-                row.data(QLatin1String(key)) = s.data(QLatin1String(key));
-            row.data(QStringLiteral("pos")) = i % 2 ? -1LL : 2LL;
-            row.data(QStringLiteral("flags")) = 1;
-            row.data(QStringLiteral("miv_mp_flag")) = 0;
-            table->insertRecord(row);
+            table->insertRecord(positionRow(s, i % 2 ? -1 : 2, 0));
         }
         for (int i = 0; i < GridPoints; ++i)
             grid.append(low + (high - low) * i / (GridPoints - 1));
     }
 
-    ICore core;
-    MarketTables tables;
-    SimulatedExchange exchange;
-    std::unique_ptr<OptCalcSecurityModel> securityModel;
-    Table* table = nullptr;
-    std::unique_ptr<VirtualPortfolioModel> model;
     QList<double> grid;
     QSet<qint64> expiries;
 };
