@@ -721,29 +721,19 @@ double VirtualPortfolioModel::yearsToExpiry(const datetime& lasttime, const date
 {
     const ExpiryClock clock = m_securityModel ? m_securityModel->expiryClock() : ExpiryClock();
     return ::yearsToExpiry(m_securityModel ? &clock : nullptr, lasttime, expdate, mode,
-                           whatIfShifts());
+                           m_shifts);
 }
 
 ProfilePoint VirtualPortfolioModel::profilePointOfData(double price, int mode, double years,
                                                        const PositionValuationData& data) const
 {
-    return ::profilePointOfData(price, mode, years, data, whatIfShifts());
-}
-
-WhatIfShifts VirtualPortfolioModel::whatIfShifts() const
-{
-    WhatIfShifts shifts;
-    shifts.volatShift = m_volatShift;
-    shifts.volatShiftEnabled = m_volatShiftEnabled;
-    shifts.daysShift = m_daysShift;
-    shifts.daysShiftEnabled = m_daysShiftEnabled;
-    return shifts;
+    return ::profilePointOfData(price, mode, years, data, m_shifts);
 }
 
 ValuationSnapshot VirtualPortfolioModel::valuationSnapshot() const
 {
     ValuationSnapshot snapshot;
-    snapshot.shifts = whatIfShifts();
+    snapshot.shifts = m_shifts;
     if (m_securityModel) {
         snapshot.clock = m_securityModel->expiryClock();
         snapshot.hasClock = true;

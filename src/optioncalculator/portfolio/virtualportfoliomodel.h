@@ -102,7 +102,7 @@ public:
                                     const PositionValuationData& data) const;
     ProfilePoint profilePointOfRow(double price, int mode, int row) const;
     // The what-if settings as one value, and the active rows as one pass values them.
-    WhatIfShifts whatIfShifts() const;
+    WhatIfShifts whatIfShifts() const { return m_shifts; }
     ValuationSnapshot valuationSnapshot() const;
     // The point of one row, or with row -1 the sum over the active rows.
     ProfilePoint profilePoint(double price, int mode, int row) const;
@@ -128,14 +128,14 @@ public:
     QString activeRowNameByKey(const QString& key) const;
 
     // What-if state.
-    void setVolatShift(const decimal& shift) { m_volatShift = shift; }
-    decimal volatShift() const { return m_volatShift; }
-    void setVolatShiftEnabled(bool enabled) { m_volatShiftEnabled = enabled; }
-    bool volatShiftEnabled() const { return m_volatShiftEnabled; }
-    void setDaysShift(int days) { m_daysShift = days; }
-    int daysShift() const { return m_daysShift; }
-    void setDaysShiftEnabled(bool enabled) { m_daysShiftEnabled = enabled; }
-    bool daysShiftEnabled() const { return m_daysShiftEnabled; }
+    void setVolatShift(const decimal& shift) { m_shifts.volatShift = shift; }
+    decimal volatShift() const { return m_shifts.volatShift; }
+    void setVolatShiftEnabled(bool enabled) { m_shifts.volatShiftEnabled = enabled; }
+    bool volatShiftEnabled() const { return m_shifts.volatShiftEnabled; }
+    void setDaysShift(int days) { m_shifts.daysShift = days; }
+    int daysShift() const { return m_shifts.daysShift; }
+    void setDaysShiftEnabled(bool enabled) { m_shifts.daysShiftEnabled = enabled; }
+    bool daysShiftEnabled() const { return m_shifts.daysShiftEnabled; }
     void setPlotMinimum(double value) { m_plotMinimum = value; }
     double plotMinimum() const { return m_plotMinimum; }
     void setPlotMiddle(double value) { m_plotMiddle = value; }
@@ -242,10 +242,7 @@ private:
     bool writeDoubleIfChanged(const Record& record, int column, double value);
     short scaleOf(int column) const { return m_scales.value(column, 0); }
 
-    decimal m_volatShift;
-    bool m_volatShiftEnabled = false;
-    int m_daysShift = 0;
-    bool m_daysShiftEnabled = false;
+    WhatIfShifts m_shifts;
     double m_plotMinimum;
     double m_plotMaximum;
     datetime m_serverTime;
